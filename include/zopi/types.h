@@ -1,0 +1,86 @@
+/// @file
+/// Sample types, geometry records and the version record of zopim6.
+#ifndef ZOPI_TYPES_H_
+#define ZOPI_TYPES_H_
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#define ZOPI_API __declspec(dllimport)
+#elif defined(__GNUC__)
+#define ZOPI_API __attribute__((visibility("default")))
+#else
+#define ZOPI_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// @name Sample types
+/// Little-endian, without padding. The token in a function's name tells its sample type: `8u`, `16s`, `32f` ...
+/// @{
+typedef uint8_t Zop8u;
+typedef int8_t Zop8s;
+typedef uint16_t Zop16u;
+typedef int16_t Zop16s;
+typedef int32_t Zop32s;
+typedef float Zop32f;
+typedef int64_t Zop64s;
+typedef double Zop64f;
+/// @}
+
+/// @name Complex sample types
+/// The real part comes first.
+/// @{
+typedef struct Zop16sc {
+  Zop16s re;
+  Zop16s im;
+} Zop16sc;
+typedef struct Zop32sc {
+  Zop32s re;
+  Zop32s im;
+} Zop32sc;
+typedef struct Zop32fc {
+  Zop32f re;
+  Zop32f im;
+} Zop32fc;
+/// @}
+
+/// The size of a region of interest, in pixels.
+typedef struct ZopImageSize {
+  int width;
+  int height;
+} ZopImageSize;
+
+/// A position in an image, in pixels.
+typedef struct ZopImagePoint {
+  int x;
+  int y;
+} ZopImagePoint;
+
+/// A rectangle in an image, in pixels.
+typedef struct ZopImageRect {
+  int x;
+  int y;
+  int width;
+  int height;
+} ZopImageRect;
+
+/// What zopiGetLibVersion() returns.
+typedef struct ZopLibraryVersion {
+  int major;
+  int minor;
+  int majorBuild;
+  int build;
+  char targetCode[4];
+  const char* libraryName;
+  const char* versionText;
+  const char* buildDate;
+} ZopLibraryVersion;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif  // ZOPI_TYPES_H_

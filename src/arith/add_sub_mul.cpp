@@ -1,0 +1,243 @@
+// Scaled sums, differences and products of integers: which route a call takes.
+//
+// The exact result t is multiplied by 2^-scaleFactor, rounded to nearest with ties to even, and saturated. The
+// scale factor picks the route once per call; beyond a limit that follows from the largest |t| every result is 0
+// and the source need not be read.
+
+#include <algorithm>
+#include <limits>
+#include <type_traits>
+
+#include "arith/add_sub_mul_rows.h"
+#include "core/pattern.h"
+#include "core/walk.h"
+#include "move/copy.h"
+#include "move/set.h"
+
+namespace zopi {
+namespace {
+
+struct Add {
+  static constexpr ScaledOperation kReal = kAdd, kComplex = kAdd;
+};
+struct Sub {
+  static constexpr ScaledOperation kReal = kSub, kComplex = kSub;
+};
+struct Mul {
+  static constexpr ScaledOperation kReal = kMul, kComplex = kMulComplex;
+};
+
+template <class T>
+constexpr bool kIsComplex = Components<T>::count == 2;
+template <class Op, class T>
+constexpr ScaledOperation kOperation = kIsComplex<T> ? Op::kComplex : Op::kReal;
+
+// Scale factors above this give 0 for all operands.
+template <class T>
+constexpr int kZeroAbove[kScaledOperations] = {};
+template <>
+constexpr int kZeroAbove<Zop8u>[] = {9, 8, 16, 0};
+template <>
+constexpr int kZeroAbove<Zop16s>[] = {16, 16, 30, 31};
+template <>
+constexpr int kZeroAbove<Zop32s>[] = {32, 32, 0, 63};
+
+struct Step {
+  ScaleRoute route;
+  int shift;
+};
+
+// A left shift by all the bits of a magnitude turns every nonzero sample into the type's extreme, and so does
+// every larger one.
+template <class T>
+Step lift(unsigned shift) {
+  return {kLift, static_cast<int>(std::min<unsigned>(shift, std::numeric_limits<T>::digits))};
+}
+
+template <class T>
+Step roundingStep(int scaleFactor) {
+  if (scaleFactor == 0) return {kSaturate, 0};
+  if (scaleFactor < 0) return lift<T>(0u - static_cast<unsigned>(scaleFactor));
+  return {scaleFactor == 1 ? kHalve : kRound, scaleFactor};
+}
+
+// Forms that truncate know no limits: the shift counts modulo 32.
+template <class T>
+Step truncatingStep(int scaleFactor) {
+  if (scaleFactor < 0) return lift<T>((0u - static_cast<unsigned>(scaleFactor)) % 32);
+  return {kTruncate, scaleFactor % 32};
+}
+
+// What decides on threads: the operation and its form, and the step taken. Most paths always share their rows;
+// the ones listed here only where the region passes the gate of its type. The complex types are serial, as are
+// forms with alpha and constant forms of four channels.
+struct GatedPath {
+  ScaledOperation operation;
+  bool constant;
+  Form form;
+  bool direct, halved, rounded;
+};
+constexpr GatedPath kGated8u[] = {
+    {kAdd, true, InPlace, false, true, true},   {kSub, true, InPlace, false, true, true},
+    {kAdd, false, InPlace, false, false, true}, {kSub, false, InPlace, false, false, true},
+    {kMul, true, InPlace, false, false, true},  {kMul, false, InPlace, false, true, true},
+    {kMul, false, OutOfPlace, false, true, true},
+};
+constexpr GatedPath kGated16s[] = {
+    {kAdd, true, InPlace, false, true, true},     {kMul, true, InPlace, false, true, true},
+    {kSub, true, InPlace, false, true, false},    {kAdd, true, OutOfPlace, true, true, true},
+    {kSub, true, OutOfPlace, true, true, true},   {kAdd, false, OutOfPlace, true, true, true},
+    {kSub, false, OutOfPlace, true, true, true},  {kSub, false, InPlace, false, true, true},
+    {kMul, false, InPlace, false, true, true},    {kMul, false, OutOfPlace, false, true, true},
+};
+
+template <std::size_t Count>
+bool isGated(const GatedPath (&paths)[Count], ScaledOperation operation, bool constant, Form form, ScaleRoute route) {
+  for (const GatedPath& path : paths) {
+    if (path.operation == operation && path.constant == constant && path.form == form) {
+      return (route == kSaturate && path.direct) || (route == kHalve && path.halved) ||
+             (route == kRound && path.rounded);
+    }
+  }
+  return false;
+}
+
+// `samples` is the region as one channel, as the gates see it.
+template <class T>
+bool sharesRows(ScaledOperation operation, bool constant, Form form, ScaleRoute route, ZopImageSize samples) {
+  if constexpr (std::is_same_v<T, Zop8u>) {
+    return !isGated(kGated8u, operation, constant, form, route) || gate8u(samples);
+  } else {
+    return !isGated(kGated16s, operation, constant, form, route) || gate16s(samples);
+  }
+}
+
+// A layout of complex pixels, as the real samples a row sees.
+template <class Layout, class T>
+struct RealLayout {
+  static constexpr int channels = Layout::channels * Components<T>::count;
+  static constexpr int colours = Layout::colours * Components<T>::count;
+};
+template <class Layout, class T>
+constexpr Pattern<typename Components<T>::Real> kWritten =
+    writtenSamples<typename Components<T>::Real, RealLayout<Layout, T>::channels, RealLayout<Layout, T>::colours>();
+
+template <class Layout, class T>
+void setZero(Image<T> out, ZopImageSize size) {
+  using Real = typename Components<T>::Real;
+  constexpr Real zero[RealLayout<Layout, T>::channels] = {};
+  if constexpr (std::is_same_v<Layout, AC4>) {
+    setColours(zero, out.template as<Real>(), size);
+  } else {
+    setPixels<RealLayout<Layout, T>>(zero, out.template as<Real>(), size);
+  }
+}
+
+template <class Op, class Layout, Form kForm, class T>
+ZopStatus withImage(Image<const T> a, std::type_identity_t<Image<const T>> b, Image<T> out, ZopImageSize size, int scaleFactor) {
+  using Real = typename Components<T>::Real;
+  constexpr ScaledOperation operation = kOperation<Op, T>;
+  constexpr bool keepsAlpha = std::is_same_v<Layout, AC4>;
+  constexpr bool truncates = keepsAlpha && kIsComplex<T>;
+
+  const Extent e = extent(size, RealLayout<Layout, T>::channels);
+  const Image<const Real> first = a.template as<Real>(), second = b.template as<Real>();
+  const Image<Real> result = out.template as<Real>();
+  if (!truncates && scaleFactor > kZeroAbove<Real>[operation]) {
+    setZero<Layout>(out, size);
+    return zopStatusOk;
+  }
+  const Step step = truncates ? truncatingStep<Real>(scaleFactor) : roundingStep<Real>(scaleFactor);
+  const ScaledRows<Real>& rows = scaledTable<Real>().rows[operation][step.route];
+
+  if constexpr (keepsAlpha) {
+    walkSerial(e, [&](Image<const Real> p, Image<const Real> q, Image<Real> r, Extent band) {
+      rows.imageKeeping(p, q, r, band, step.shift, kWritten<Layout, T>);
+    }, first, second, result);
+  } else {
+    const bool parallel =
+        !kIsComplex<T> && sharesRows<T>(operation, false, kForm, step.route, {static_cast<int>(e.length), size.height});
+    walkRows(parallel, e, [&](Image<const Real> p, Image<const Real> q, Image<Real> r, Extent band) {
+      rows.image(p, q, r, band, step.shift);
+    }, first, second, result);
+  }
+  return zopStatusOk;
+}
+
+// One-channel calls whose result needs no arithmetic: true if the call is done.
+template <class Op, Form kForm, class T>
+bool shortCut(std::type_identity_t<Image<const T>> source, T value, Image<T> out, ZopImageSize size, int scaleFactor) {
+  constexpr bool multiplies = std::is_same_v<Op, Mul>;
+  const bool keepsSamples = scaleFactor == 0 && value == (multiplies ? 1 : 0);
+  if (keepsSamples) {
+    if (kForm == OutOfPlace) copyPixels<C1>(source, out, size);
+    return true;
+  }
+  if (multiplies && value == 0) {
+    setPixels<C1>(T{0}, out, size);
+    return true;
+  }
+  // Every 8-bit sum is positive here.
+  if (std::is_same_v<Op, Add> && std::is_same_v<T, Zop8u> && scaleFactor <= -8 && value != 0) {
+    setPixels<C1>(std::numeric_limits<T>::max(), out, size);
+    return true;
+  }
+  return false;
+}
+
+template <class Op, class Layout, Form kForm, class T>
+ZopStatus withPattern(std::type_identity_t<Image<const T>> source, const Pattern<typename Components<T>::Real>& constant, Image<T> out,
+                      ZopImageSize size, int scaleFactor) {
+  using Real = typename Components<T>::Real;
+  constexpr ScaledOperation operation = kOperation<Op, T>;
+  constexpr bool keepsAlpha = std::is_same_v<Layout, AC4>;
+  constexpr bool truncates = kIsComplex<T> && !std::is_same_v<Layout, C1>;
+
+  if (!truncates && scaleFactor > kZeroAbove<Real>[operation]) {
+    setZero<Layout>(out, size);
+    return zopStatusOk;
+  }
+  const Step step = truncates ? truncatingStep<Real>(scaleFactor) : roundingStep<Real>(scaleFactor);
+  const ScaledRows<Real>& rows = scaledTable<Real>().rows[operation][step.route];
+  const Extent e = extent(size, RealLayout<Layout, T>::channels);
+  const Image<const Real> operand = source.template as<Real>();
+  const Image<Real> result = out.template as<Real>();
+
+  if constexpr (keepsAlpha) {
+    walkSerial(e, [&](Image<const Real> p, Image<Real> r, Extent band) {
+      rows.constantKeeping(constant, p, r, band, step.shift, kWritten<Layout, T>);
+    }, operand, result);
+  } else {
+    const bool parallel = !kIsComplex<T> && (std::is_same_v<Layout, C3> ||
+                                             (std::is_same_v<Layout, C1> &&
+                                              sharesRows<T>(operation, true, kForm, step.route, size)));
+    walkRows(parallel, e, [&](Image<const Real> p, Image<Real> r, Extent band) {
+      rows.constant(constant, p, r, band, step.shift);
+    }, operand, result);
+  }
+  return zopStatusOk;
+}
+
+template <class Layout, class T>
+Pattern<typename Components<T>::Real> componentPattern(const T* values) {
+  return patternOf<RealLayout<Layout, T>>(reinterpret_cast<const typename Components<T>::Real*>(values));
+}
+
+template <class Op, class Layout, Form kForm, class T>
+ZopStatus withConstant(std::type_identity_t<Image<const T>> source, T value, Image<T> out, ZopImageSize size, int scaleFactor) {
+  if constexpr (!kIsComplex<T>) {
+    if (shortCut<Op, kForm>(source, value, out, size, scaleFactor)) return zopStatusOk;
+  }
+  return withPattern<Op, Layout, kForm>(source, componentPattern<C1>(&value), out, size, scaleFactor);
+}
+
+template <class Op, class Layout, Form kForm, class T>
+ZopStatus withConstant(std::type_identity_t<Image<const T>> source, const T* values, Image<T> out, ZopImageSize size,
+                       int scaleFactor) {
+  return withPattern<Op, Layout, kForm>(source, componentPattern<Layout>(values), out, size, scaleFactor);
+}
+
+}  // namespace
+}  // namespace zopi
+
+#include "arith/add_sub_mul.exports.inc"

@@ -1,0 +1,250 @@
+#include "arith/add_sub_mul_rows.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "arith/add_sub_mul_rows.cpp"
+#include "hwy/foreach_target.h"
+// After foreach_target.h, and in this order.
+#include "hwy/highway.h"
+
+#include "core/lanes-inl.h"
+#include "core/row_shapes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace zopi {
+namespace HWY_NAMESPACE {
+namespace {
+
+// Operations. `exact` is the wide result; `saturated` the result held to the sample's range, which is all that
+// shifting left needs; `halved` the exact result over 2, where there is a shorter way than rounding.
+
+struct Add {
+  template <class T>
+  static constexpr bool kHalves = sizeof(T) < 4;
+
+  template <class D, class V>
+  static HWY_INLINE Wide<WideTag<D>> exact(D d, V a, V b) {
+    const auto wa = widen(d, a), wb = widen(d, b);
+    return {hn::Add(wa.even, wb.even), hn::Add(wa.odd, wb.odd)};
+  }
+  template <class D, class V>
+  static HWY_INLINE V saturated(D d, V a, V b) {
+    if constexpr (sizeof(hn::TFromD<D>) < 4) return hn::SaturatedAdd(a, b);
+    else return narrow(d, exact(d, a, b));
+  }
+  // The floor of the average fits the lane; a tie (the operands differ in the lowest bit) goes up where it is odd.
+  template <class D, class V>
+  static HWY_INLINE V halved(D d, V a, V b) {
+    const auto differ = hn::Xor(a, b);
+    const auto one = hn::Set(d, 1);
+    if constexpr (sizeof(hn::TFromD<D>) == 1) {
+      const auto ceiling = hn::AverageRound(a, b);
+      return hn::Sub(ceiling, hn::And(hn::And(ceiling, differ), one));
+    } else {
+      const auto floor = hn::Add(hn::And(a, b), hn::ShiftRight<1>(differ));
+      return hn::Add(floor, hn::And(hn::And(floor, differ), one));
+    }
+  }
+};
+
+struct Sub {
+  template <class T>
+  static constexpr bool kHalves = sizeof(T) == 1;
+
+  template <class D, class V>
+  static HWY_INLINE Wide<WideTag<D>> exact(D d, V a, V b) {
+    if constexpr (sizeof(hn::TFromD<D>) == 1) return widen(d, hn::SaturatedSub(b, a));
+    const auto wa = widen(d, a), wb = widen(d, b);
+    return {hn::Sub(wb.even, wa.even), hn::Sub(wb.odd, wa.odd)};
+  }
+  template <class D, class V>
+  static HWY_INLINE V saturated(D d, V a, V b) {
+    if constexpr (sizeof(hn::TFromD<D>) < 4) return hn::SaturatedSub(b, a);
+    else return narrow(d, exact(d, a, b));
+  }
+  template <class D, class V>
+  static HWY_INLINE V halved(D d, V a, V b) {
+    return Add::halved(d, hn::SaturatedSub(b, a), hn::Zero(d));
+  }
+};
+
+struct Mul {
+  template <class T>
+  static constexpr bool kHalves = sizeof(T) == 1;
+
+  template <class D, class V>
+  static HWY_INLINE Wide<WideTag<D>> exact(D d, V a, V b) {
+    const auto wa = widen(d, a), wb = widen(d, b);
+    return {hn::Mul(wa.even, wb.even), hn::Mul(wa.odd, wb.odd)};
+  }
+  template <class D, class V>
+  static HWY_INLINE V saturated(D d, V a, V b) { return narrow(d, exact(d, a, b)); }
+  template <class D, class V>
+  static HWY_INLINE V halved(D d, V a, V b) {
+    return narrow(d, each(exact(d, a, b), [](auto dw, auto t) HWY_ATTR {
+      return hn::ShiftRight<1>(hn::Add(t, hn::And(hn::ShiftRight<1>(t), hn::Set(dw, 1))));
+    }));
+  }
+};
+
+// Real parts stand in even lanes, imaginary parts in odd ones.
+struct MulComplex {
+  template <class T>
+  static constexpr bool kHalves = false;
+
+  template <class D, class V>
+  static HWY_INLINE Wide<WideTag<D>> exact(D d, V a, V b) {
+    const WideTag<D> dw;
+    hn::Vec<WideTag<D>> re, im;
+    if constexpr (sizeof(hn::TFromD<D>) == 4) {
+      const auto aIm = oddAsEven(d, a), bIm = oddAsEven(d, b);
+      re = hn::Sub(hn::MulEven(a, b), hn::MulEven(aIm, bIm));
+      im = hn::Add(hn::MulEven(a, bIm), hn::MulEven(aIm, b));
+    } else {
+      const auto wa = widen(d, a), wb = widen(d, b);
+      re = hn::Sub(hn::Mul(wa.even, wb.even), hn::Mul(wa.odd, wb.odd));
+      im = hn::Add(hn::Mul(wa.even, wb.odd), hn::Mul(wa.odd, wb.even));
+    }
+    // One sum leaves the lane, that of two equal largest products, and wraps to the lowest value, which no true
+    // sum takes.
+    using T = hn::TFromD<decltype(dw)>;
+    const auto lowest = hn::Set(dw, std::numeric_limits<T>::min());
+    return {re, hn::IfThenElse(hn::Eq(im, lowest), hn::Set(dw, std::numeric_limits<T>::max()), im)};
+  }
+  template <class D, class V>
+  static HWY_INLINE V saturated(D d, V a, V b) { return narrow(d, exact(d, a, b)); }
+};
+
+// A 64-bit integer as the truncating route sees it: rounded to double, divided, held to the range of 32s and
+// truncated. Adding 1.5 * 2^52 leaves the integer in the low half of the bits.
+template <class D, class V>
+HWY_INLINE V truncateThroughDouble(D d, V t, int shift) {
+  const hn::RebindToFloat<D> df;
+  const auto factor = hn::Set(df, 1.0 / static_cast<double>(int64_t{1} << shift));
+  const auto scaled = hn::Mul(hn::ConvertTo(df, t), factor);
+  const auto held = hn::Max(hn::Min(scaled, hn::Set(df, 2147483647.0)), hn::Set(df, -2147483648.0));
+  const auto bits = hn::BitCast(d, hn::Add(hn::Trunc(held), hn::Set(df, 6755399441055744.0)));
+  return hn::Sub(bits, hn::BitCast(d, hn::Set(df, 6755399441055744.0)));
+}
+
+template <class Op, ScaleRoute kRoute>
+struct Scaled {
+  int shift;
+
+  template <class D, class V>
+  HWY_INLINE V operator()(D d, V a, V b) const {
+    if constexpr (kRoute == kSaturate) return Op::saturated(d, a, b);
+    if constexpr (kRoute == kHalve) return Op::halved(d, a, b);
+    const int s = shift;
+    if constexpr (kRoute == kRound) {
+      return narrow(d, each(Op::exact(d, a, b), [s](auto dw, auto t) HWY_ATTR { return roundingShift(dw, t, s); }));
+    }
+    if constexpr (kRoute == kLift) {
+      return narrow(d, each(widen(d, Op::saturated(d, a, b)),
+                            [s](auto, auto t) HWY_ATTR { return hn::ShiftLeftSame(t, s); }));
+    }
+    if constexpr (kRoute == kTruncate) {
+      return narrow(d, each(Op::exact(d, a, b), [s](auto dw, auto t) HWY_ATTR {
+        if constexpr (sizeof(hn::TFromD<decltype(dw)>) == 8) return truncateThroughDouble(dw, t, s);
+        else return truncatingShift(dw, t, s);
+      }));
+    }
+  }
+};
+
+template <class Op, class T>
+void imageRows(Image<const T> a, Image<const T> b, Image<T> out, Extent e, int shift) {
+  mapRows(Tag<T>(), Op{shift}, out, e, ImageOperand<Tag<T>>{a}, ImageOperand<Tag<T>>{b});
+}
+
+template <class Op, class T>
+void imageRowsKeeping(Image<const T> a, Image<const T> b, Image<T> out, Extent e, int shift,
+                      const Pattern<T>& written) {
+  mapRows(Tag<T>(), Keeping<Op>{{shift}}, out, e, ImageOperand<Tag<T>>{out}, PatternOperand<Tag<T>>(written),
+          ImageOperand<Tag<T>>{a}, ImageOperand<Tag<T>>{b});
+}
+
+template <class Op, class T>
+void constantRows(const Pattern<T>& a, Image<const T> b, Image<T> out, Extent e, int shift) {
+  mapRows(Tag<T>(), Op{shift}, out, e, PatternOperand<Tag<T>>(a), ImageOperand<Tag<T>>{b});
+}
+
+template <class Op, class T>
+void constantRowsKeeping(const Pattern<T>& a, Image<const T> b, Image<T> out, Extent e, int shift,
+                         const Pattern<T>& written) {
+  mapRows(Tag<T>(), Keeping<Op>{{shift}}, out, e, ImageOperand<Tag<T>>{out}, PatternOperand<Tag<T>>(written),
+          PatternOperand<Tag<T>>(a), ImageOperand<Tag<T>>{b});
+}
+
+// Which rows an operation on samples of type T has.
+template <class Op, class T>
+constexpr void fill(ScaledRows<T> (&rows)[kScaleRoutes]) {
+  constexpr bool kComplexOnly = sizeof(T) == 4 || std::is_same_v<Op, MulComplex>;
+  constexpr bool kComplex = sizeof(T) > 1 && !std::is_same_v<Op, Mul>;
+  using Saturate = Scaled<Op, kSaturate>;
+  using Halve = Scaled<Op, Op::template kHalves<T> ? kHalve : kRound>;
+  using Round = Scaled<Op, kRound>;
+  using Lift = Scaled<Op, kLift>;
+  rows[kSaturate] = {imageRows<Saturate, T>, nullptr, constantRows<Saturate, T>, nullptr};
+  rows[kHalve] = {imageRows<Halve, T>, nullptr, constantRows<Halve, T>, nullptr};
+  rows[kRound] = {imageRows<Round, T>, nullptr, constantRows<Round, T>, nullptr};
+  rows[kLift] = {imageRows<Lift, T>, imageRowsKeeping<Lift, T>, constantRows<Lift, T>, constantRowsKeeping<Lift, T>};
+  if constexpr (!kComplexOnly) {
+    rows[kSaturate].imageKeeping = imageRowsKeeping<Saturate, T>;
+    rows[kSaturate].constantKeeping = constantRowsKeeping<Saturate, T>;
+    rows[kHalve].imageKeeping = imageRowsKeeping<Halve, T>;
+    rows[kHalve].constantKeeping = constantRowsKeeping<Halve, T>;
+    rows[kRound].imageKeeping = imageRowsKeeping<Round, T>;
+    rows[kRound].constantKeeping = constantRowsKeeping<Round, T>;
+  }
+  if constexpr (kComplex) {
+    using Truncate = Scaled<Op, kTruncate>;
+    rows[kTruncate] = {nullptr, imageRowsKeeping<Truncate, T>, constantRows<Truncate, T>,
+                       constantRowsKeeping<Truncate, T>};
+  }
+}
+
+template <class T>
+constexpr ScaledTable<T> makeTable() {
+  ScaledTable<T> table{};
+  fill<Add>(table.rows[kAdd]);
+  fill<Sub>(table.rows[kSub]);
+  if constexpr (sizeof(T) < 4) fill<Mul>(table.rows[kMul]);
+  if constexpr (sizeof(T) > 1) fill<MulComplex>(table.rows[kMulComplex]);
+  return table;
+}
+
+template <class T>
+constexpr ScaledTable<T> kTable = makeTable<T>();
+
+}  // namespace
+
+const ScaledTable<Zop8u>* scaledTable8u() { return &kTable<Zop8u>; }
+const ScaledTable<Zop16s>* scaledTable16s() { return &kTable<Zop16s>; }
+const ScaledTable<Zop32s>* scaledTable32s() { return &kTable<Zop32s>; }
+
+}  // namespace HWY_NAMESPACE
+}  // namespace zopi
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zopi {
+
+HWY_EXPORT(scaledTable8u);
+HWY_EXPORT(scaledTable16s);
+HWY_EXPORT(scaledTable32s);
+
+template <>
+const ScaledTable<Zop8u>& scaledTable() {
+  return *HWY_DYNAMIC_DISPATCH(scaledTable8u)();
+}
+template <>
+const ScaledTable<Zop16s>& scaledTable() {
+  return *HWY_DYNAMIC_DISPATCH(scaledTable16s)();
+}
+template <>
+const ScaledTable<Zop32s>& scaledTable() {
+  return *HWY_DYNAMIC_DISPATCH(scaledTable32s)();
+}
+
+}  // namespace zopi
+#endif

@@ -1,0 +1,110 @@
+// Lane arithmetic that several families share: wide pairs, and exact rounding by powers of two.
+// Included once for each vector target, after hwy/highway.h.
+#if defined(ZOPI_CORE_LANES_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZOPI_CORE_LANES_INL_H_
+#undef ZOPI_CORE_LANES_INL_H_
+#else
+#define ZOPI_CORE_LANES_INL_H_
+#endif
+
+#include <limits>
+#include <type_traits>
+
+HWY_BEFORE_NAMESPACE();
+namespace zopi {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+// Ones in the lowest `count` bits, for a count below the width.
+template <class T>
+constexpr T lowBits(int count) {
+  return static_cast<T>((std::make_unsigned_t<T>{1} << count) - 1);
+}
+
+// A vector of samples, widened: the lanes with even and with odd numbers, in lanes twice as wide. No lane moves,
+// so widening and narrowing are shifts and masks on every target.
+template <class D>
+struct Wide {
+  hn::Vec<D> even, odd;
+};
+template <class D>
+using WideTag = hn::RepartitionToWide<D>;
+
+// The odd 32-bit lanes in the places of the even ones.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V oddAsEven(D d, V v) {
+  return hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(hn::Repartition<uint64_t, D>(), v)));
+}
+
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE Wide<WideTag<D>> widen(D d, V v) {
+  const WideTag<D> dw;
+  if constexpr (sizeof(hn::TFromD<D>) == 4) {
+    // A multiplication widens a signed lane in one instruction; 64-bit lanes have no arithmetic shift everywhere.
+    const auto one = hn::Set(d, 1);
+    return {hn::MulEven(v, one), hn::MulEven(oddAsEven(d, v), one)};
+  } else {
+    constexpr int kBits = 8 * sizeof(hn::TFromD<D>);
+    const auto w = hn::BitCast(dw, v);
+    return {hn::ShiftRight<kBits>(hn::ShiftLeft<kBits>(w)), hn::ShiftRight<kBits>(w)};
+  }
+}
+
+// Bytes to lanes of any width.
+template <class D, class V = hn::Vec<hn::Rebind<uint8_t, D>>>
+HWY_INLINE hn::Vec<D> promoteBytes(D d, V v) {
+  if constexpr (sizeof(hn::TFromD<D>) == 1) return v;
+  else return hn::PromoteTo(d, v);
+}
+
+// Back to narrow lanes; values beyond the narrow type saturate.
+template <class D, class W = WideTag<D>>
+HWY_INLINE hn::Vec<D> narrow(D d, Wide<W> v) {
+  using T = hn::TFromD<D>;
+  using Limits = std::numeric_limits<T>;
+  const W dw;
+  auto even = hn::Min(v.even, hn::Set(dw, Limits::max()));
+  auto odd = hn::Min(v.odd, hn::Set(dw, Limits::max()));
+  if constexpr (Limits::is_signed) {
+    even = hn::Max(even, hn::Set(dw, Limits::min()));
+    odd = hn::Max(odd, hn::Set(dw, Limits::min()));
+  }
+  return hn::OddEven(hn::BitCast(d, hn::ShiftLeft<8 * sizeof(T)>(odd)), hn::BitCast(d, even));
+}
+
+template <class W, class F>
+HWY_INLINE Wide<W> each(Wide<W> v, const F& f) {
+  return {f(W(), v.even), f(W(), v.odd)};
+}
+
+// v / 2^shift, rounded to nearest with ties to even. No intermediate leaves the lane.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V roundingShift(D d, V v, int shift) {
+  using T = hn::TFromD<D>;
+  const auto floor = hn::ShiftRightSame(v, shift);
+  const auto odd = hn::And(floor, hn::Set(d, T{1}));
+  if constexpr (std::is_signed_v<T>) {
+    // For shift >= 1: one above the floor if the remainder is above one half, or is one half and the floor odd.
+    const auto rest = hn::And(v, hn::Set(d, lowBits<T>(shift)));
+    const auto limit = hn::Sub(hn::Set(d, static_cast<T>(T{1} << (shift - 1))), odd);
+    return hn::Sub(floor, hn::VecFromMask(d, hn::Gt(rest, limit)));
+  } else {
+    // For shift >= 2: the averaging instruction adds with a 17th bit, so (v + 2^(shift-1) - 1 + odd) >> 1 is exact.
+    const auto half = hn::Set(d, static_cast<T>((T{1} << (shift - 1)) - 2));
+    return hn::ShiftRightSame(hn::AverageRound(v, hn::Add(half, odd)), shift - 1);
+  }
+}
+
+// v / 2^shift, truncated toward zero, for signed lanes and shift >= 0.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V truncatingShift(D d, V v, int shift) {
+  using T = hn::TFromD<D>;
+  const auto below = hn::Set(d, lowBits<T>(shift));
+  return hn::ShiftRightSame(hn::Add(v, hn::And(hn::BroadcastSignBit(v), below)), shift);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace zopi
+HWY_AFTER_NAMESPACE();
+
+#endif  // per target

@@ -1,0 +1,28 @@
+// Whole-pixel copies, for the exported functions and for families whose result is their source.
+#pragma once
+
+#include "core/image.h"
+#include "core/walk.h"
+#include "move/copy_rows.h"
+#include "move/set.h"
+#include "zopi/status.h"
+
+namespace zopi {
+
+template <class Layout, class T>
+ZopStatus copyPixels(Image<const T> src, Image<T> dst, ZopImageSize size) {
+  using Bits = BitsOf<T>;
+  walkSerial(extent(size, Layout::channels), copyRows<Bits>().samples, src.template as<Bits>(),
+             dst.template as<Bits>());
+  return zopStatusOk;
+}
+
+// The colours of four-channel pixels; alpha is not touched.
+template <class T>
+ZopStatus copyColours(Image<const T> src, Image<T> dst, ZopImageSize size) {
+  using Bits = BitsOf<T>;
+  copyRows<Bits>().colours(src.template as<Bits>(), dst.template as<Bits>(), extent(size));
+  return zopStatusOk;
+}
+
+}  // namespace zopi

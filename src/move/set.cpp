@@ -1,0 +1,31 @@
+// Fills of regions, channels and masked pixels.
+#include "move/set.h"
+
+namespace zopi {
+namespace {
+
+template <class Layout, class T>
+ZopStatus setChannel(T value, Image<T> dst, ZopImageSize size) {
+  using Bits = BitsOf<T>;
+  setRows<Bits>().channel[Layout::channels](bitPattern<C1>(&value), dst.template as<Bits>(), extent(size));
+  return zopStatusOk;
+}
+
+template <class Layout, class T>
+ZopStatus setMasked(const T* values, Image<T> dst, ZopImageSize size, Image<const Zop8u> mask) {
+  using Bits = BitsOf<T>;
+  const SetRows<Bits>& rows = setRows<Bits>();
+  const auto row = std::is_same_v<Layout, AC4> ? rows.maskedColours : rows.masked[Layout::channels];
+  row(bitPattern<Layout>(values), dst.template as<Bits>(), extent(size), mask);
+  return zopStatusOk;
+}
+
+template <class Layout, class T>
+ZopStatus setMasked(T value, Image<T> dst, ZopImageSize size, Image<const Zop8u> mask) {
+  return setMasked<Layout>(&value, dst, size, mask);
+}
+
+}  // namespace
+}  // namespace zopi
+
+#include "move/set.exports.inc"

@@ -1,0 +1,48 @@
+// Fills, for the exported functions and for families that know their result without reading a source.
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+#include "core/image.h"
+#include "core/pattern.h"
+#include "core/walk.h"
+#include "move/set_rows.h"
+#include "zopi/status.h"
+
+namespace zopi {
+
+// Moves and fills see a sample as its bits.
+template <class T>
+using BitsOf = std::conditional_t<sizeof(T) == 1, std::uint8_t,
+                                  std::conditional_t<sizeof(T) == 2, std::uint16_t, std::uint32_t>>;
+
+template <class Layout, class T>
+Pattern<BitsOf<T>> bitPattern(const T* values) {
+  return patternOf<Layout>(reinterpret_cast<const BitsOf<T>*>(values));
+}
+
+template <class Layout, class T>
+ZopStatus setPixels(const T* values, Image<T> dst, ZopImageSize size) {
+  using Bits = BitsOf<T>;
+  const Pattern<Bits> pattern = bitPattern<Layout>(values);
+  const auto row = setRows<Bits>().samples;
+  walkSerial(extent(size, Layout::channels), [&](Image<Bits> to, Extent band) { row(pattern, to, band); },
+             dst.template as<Bits>());
+  return zopStatusOk;
+}
+
+template <class Layout, class T>
+ZopStatus setPixels(T value, Image<T> dst, ZopImageSize size) {
+  return setPixels<Layout>(&value, dst, size);
+}
+
+// The colours of four-channel pixels; alpha is not touched.
+template <class T>
+ZopStatus setColours(const T* values, Image<T> dst, ZopImageSize size) {
+  using Bits = BitsOf<T>;
+  setRows<Bits>().colours(bitPattern<AC4>(values), dst.template as<Bits>(), extent(size));
+  return zopStatusOk;
+}
+
+}  // namespace zopi

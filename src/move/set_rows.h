@@ -1,0 +1,23 @@
+// Rows of fills. Samples are bits here: one table serves all types of a size.
+#pragma once
+
+#include "core/image.h"
+#include "core/pattern.h"
+
+namespace zopi {
+
+// An index of 3 or 4 is the layout's channel count.
+template <class T>
+struct SetRows {
+  void (*samples)(const Pattern<T>& values, Image<T> dst, Extent e);
+  void (*colours)(const Pattern<T>& values, Image<T> dst, Extent pixels);
+  void (*channel[5])(const Pattern<T>& values, Image<T> dst, Extent pixels);
+  void (*masked[5])(const Pattern<T>& values, Image<T> dst, Extent pixels, Image<const Zop8u> mask);
+  void (*maskedColours)(const Pattern<T>& values, Image<T> dst, Extent pixels, Image<const Zop8u> mask);
+};
+
+// The rows for this machine, for samples of 1, 2 or 4 bytes.
+template <class T>
+const SetRows<T>& setRows();
+
+}  // namespace zopi
