@@ -1,0 +1,93 @@
+// The memory sweep: every function with the allocator failing at its first, second ... call, until it succeeds.
+//
+// This program's malloc and free stand before the C library's for the whole process; they count and refuse only what
+// comes from the library under test.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "support/arguments.h"
+#include "zopi.h"
+
+extern "C" {
+#ifdef __SANITIZE_ADDRESS__
+void* __interceptor_malloc(std::size_t);
+void __interceptor_free(void*);
+#define SYSTEM_MALLOC __interceptor_malloc
+#define SYSTEM_FREE __interceptor_free
+#else
+void* __libc_malloc(std::size_t);
+void __libc_free(void*);
+#define SYSTEM_MALLOC __libc_malloc
+#define SYSTEM_FREE __libc_free
+#endif
+}
+
+namespace {
+
+bool counting = false;
+int allocations = 0, outstanding = 0, failAt = 0;
+
+bool fromLibrary(void* caller) {
+  Dl_info where{};
+  return dladdr(caller, &where) != 0 && std::strstr(where.dli_fname, "libzopim6") != nullptr;
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) void* malloc(std::size_t bytes) {
+  if (counting && fromLibrary(__builtin_return_address(0))) {
+    if (++allocations == failAt) return nullptr;
+    ++outstanding;
+  }
+  return SYSTEM_MALLOC(bytes);
+}
+
+extern "C" __attribute__((visibility("default"))) void free(void* block) {
+  if (counting && block != nullptr && fromLibrary(__builtin_return_address(0))) --outstanding;
+  SYSTEM_FREE(block);
+}
+
+namespace {
+
+TEST(MemorySweep, FailsCleanlyAtEveryAllocation) {
+  int functionsThatAllocate = 0;
+  for (const registry::Function& function : registry::functions()) {
+    const bool keepsScratch =
+        std::string(function.operation) == "Abs" && std::string(function.sourceLayout) == "AC4";
+    for (int n = 1;; ++n) {
+      registry::Arguments arguments(function, {9, 4});
+      allocations = outstanding = 0;
+      failAt = n;
+      counting = true;
+      const ZopStatus status = function.invoke(arguments.values.data());
+      counting = false;
+      if (allocations < n) {
+        EXPECT_EQ(zopStatusOk, status) << function.name;
+        EXPECT_EQ(keepsScratch ? 1 : 0, outstanding) << function.name;
+        break;
+      }
+      functionsThatAllocate += n == 1;
+      EXPECT_EQ(zopStatusNoMemory, status) << function.name << " at allocation " << n;
+      EXPECT_EQ(0, outstanding) << function.name << " leaks when allocation " << n << " fails";
+      EXPECT_TRUE(arguments.untouched()) << function.name << " wrote before allocation " << n << " failed";
+    }
+  }
+  EXPECT_EQ(4, functionsThatAllocate);  // the sweep sees the library's allocations
+}
+
+TEST(MemorySweep, ImageMemoryRunsOut) {
+  int step = 0;
+  allocations = outstanding = 0;
+  failAt = 1;
+  counting = true;
+  void* image = zopiMalloc_8u_C3(11, 2, &step);
+  counting = false;
+  EXPECT_EQ(nullptr, image);
+  EXPECT_EQ(64, step);  // known all the same
+}
+
+}  // namespace

@@ -1,0 +1,30 @@
+// Good arguments for one call of any function of the registry, on images between unmapped pages.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "support/guarded.h"
+#include "support/registry.h"
+
+namespace registry {
+
+class Arguments {
+ public:
+  Arguments(const Function& function, ZopImageSize size);
+
+  // Whether every byte that an argument points to still has its first value.
+  bool untouched() const;
+
+  // The plane pointers of an argument.
+  std::vector<void*>& planes(std::size_t argument) { return planes_[argument]; }
+
+  std::vector<Value> values;  // in the order of the arguments, to be spoiled at will
+
+ private:
+  std::vector<std::unique_ptr<guarded::Region>> memory_;
+  std::vector<std::vector<unsigned char>> before_;
+  std::vector<std::vector<void*>> planes_;
+};
+
+}  // namespace registry

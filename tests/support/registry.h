@@ -1,0 +1,85 @@
+// The signature registry: what the API table says of every function, for sweeps over all of them.
+#pragma once
+
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "zopi/status.h"
+#include "zopi/types.h"
+
+namespace registry {
+
+enum class Role { Source, Destination, InPlace, Mask, Step, Size, Constant, Value };
+
+struct Argument {
+  Role role;
+  const char* name;
+  int sampleBytes;  // images and constants
+  int samples;      // of a pixel, or of a constant array
+  int planes;       // 0 where the image is interleaved
+
+  bool isImage() const {
+    return role == Role::Source || role == Role::Destination || role == Role::InPlace || role == Role::Mask;
+  }
+  bool isWritten() const { return role == Role::Destination || role == Role::InPlace; }
+  bool isPointer() const { return isImage() || role == Role::Constant; }
+};
+
+inline constexpr int kInPlace = 1, kMasked = 2, kChannelOfInterest = 4;
+
+// An argument of any type, as its bytes.
+class Value {
+ public:
+  Value() = default;
+  template <class T>
+  Value(T value) {
+    static_assert(sizeof value <= sizeof bytes_);
+    std::memcpy(bytes_, &value, sizeof value);
+  }
+  template <class T>
+  T get() const {
+    T value;
+    std::memcpy(&value, bytes_, sizeof value);
+    return value;
+  }
+
+ private:
+  alignas(8) unsigned char bytes_[24] = {};
+};
+
+using Invoke = ZopStatus (*)(const Value* values);
+
+template <class... A, std::size_t... I>
+ZopStatus invokeWith(ZopStatus (*function)(A...), const Value* values, std::index_sequence<I...>) {
+  return function(values[I].template get<A>()...);
+}
+template <class... A>
+ZopStatus unpack(ZopStatus (*function)(A...), const Value* values) {
+  return invokeWith(function, values, std::index_sequence_for<A...>());
+}
+template <auto kFunction>
+ZopStatus invoke(const Value* values) {
+  return unpack(kFunction, values);
+}
+
+struct Function {
+  const char* name;
+  const char* operation;
+  const char* variant;
+  const char *sourceType, *destinationType, *sourceLayout, *destinationLayout;
+  int flags;
+  const char* checks;
+  std::vector<Argument> arguments;
+  Invoke invoke;
+
+  bool has(int flag) const { return (flags & flag) != 0; }
+};
+
+// Every function that returns a status.
+const std::vector<Function>& functions();
+
+// Every name in the table.
+const std::vector<const char*>& exportedNames();
+
+}  // namespace registry

@@ -1,0 +1,238 @@
+#include "support/sweep.h"
+
+#include <gtest/gtest.h>
+#include <omp.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "support/targets.h"
+
+namespace sweep {
+namespace {
+
+long calls = 0;
+
+using registry::Argument;
+using registry::Function;
+using registry::Role;
+
+// Samples of the last pixel of a row that belong to the image: one where the pointers address one channel of
+// several, three where alpha is never touched.
+int reach(const Function& function, const Argument& image) {
+  const bool ofOneChannel = function.has(registry::kChannelOfInterest) ||
+                            (std::strcmp(function.sourceLayout, "C1") == 0) !=
+                                (std::strcmp(function.destinationLayout, "C1") == 0);
+  if (ofOneChannel && image.role != Role::Mask) return 1;
+  const bool moves = std::strcmp(function.operation, "Copy") == 0 || std::strcmp(function.operation, "Set") == 0;
+  const bool neverTouchesAlpha = moves && std::strcmp(function.sourceLayout, "AC4") == 0 &&
+                                 std::strcmp(function.destinationLayout, "AC4") == 0 &&
+                                 !function.has(registry::kMasked);
+  return neverTouchesAlpha && image.isWritten() ? 3 : image.samples;
+}
+
+// Noise misses the ends of a type's range, where saturation and carries live.
+void mixExtremes(unsigned char* data, std::size_t bytes, int sampleBytes, std::mt19937& random) {
+  for (std::size_t i = 0; i + sampleBytes <= bytes; i += sampleBytes) {
+    const unsigned choice = random() % 16;
+    if (choice > 5) continue;
+    std::memset(data + i, choice & 1 ? 0xff : 0, sampleBytes);                     // 0, -1, largest unsigned
+    if (choice >= 4) data[i + sampleBytes - 1] = choice & 1 ? 0x7f : 0x80;          // largest and lowest signed
+    if (choice == 3) data[i] = 0xfe;
+    if (choice == 2) data[i] = 1;
+  }
+}
+
+struct Image {
+  const Argument* argument;
+  std::vector<std::unique_ptr<guarded::Region>> planes;
+  std::vector<std::vector<unsigned char>> before, expected;
+};
+
+Image makeImage(const Function& function, const Argument& argument, const Shape& shape, bool extremes,
+                std::mt19937& random) {
+  Image image{&argument, {}, {}, {}};
+  const std::ptrdiff_t rowBytes =
+      (static_cast<std::ptrdiff_t>(shape.width - 1) * argument.samples + reach(function, argument)) *
+      argument.sampleBytes;
+  const int fullRow = shape.width * argument.samples * argument.sampleBytes;
+  for (int p = 0; p < std::max(argument.planes, 1); ++p) {
+    image.planes.push_back(std::make_unique<guarded::Region>(shape.height, rowBytes, fullRow + shape.padding,
+                                                             shape.placement, random));
+    guarded::Region& plane = *image.planes.back();
+    for (int y = 0; y < shape.height; ++y) {
+      unsigned char* row = plane.at() + static_cast<std::ptrdiff_t>(plane.step()) * y;
+      if (argument.role == Role::Mask) {
+        for (std::ptrdiff_t i = 0; i < rowBytes; ++i) row[i] = random() % 2 ? 0 : row[i];
+      } else if (extremes) {
+        mixExtremes(row, rowBytes, argument.sampleBytes, random);
+      }
+    }
+    image.before.push_back(plane.bytes());
+    image.expected.push_back(image.before.back());
+  }
+  return image;
+}
+
+View view(const Image& image, std::vector<std::vector<unsigned char>>& bytes) {
+  View result;
+  result.planes = image.argument->planes;
+  result.step = image.planes[0]->step();
+  result.samples = image.argument->samples;
+  result.sampleBytes = image.argument->sampleBytes;
+  for (std::size_t p = 0; p < image.planes.size(); ++p) result.plane[p] = image.planes[p]->in(bytes[p]);
+  return result;
+}
+
+std::string describe(const Call& call, const Shape& shape) {
+  std::string text = std::string(call.function.name) + " on " + std::to_string(shape.width) + "x" +
+                     std::to_string(shape.height) + ", padding " + std::to_string(shape.padding) +
+                     (shape.placement.atEnd ? ", at the end" : ", at offset " + std::to_string(shape.placement.offset)) +
+                     ", parameters";
+  for (const int p : call.parameters) text += " " + std::to_string(p);
+  return text;
+}
+
+bool isConstantByValue(const Argument& argument) {
+  return argument.role == Role::Value && std::strcmp(argument.name, "value") == 0;
+}
+
+// Makes one call and compares it. False at a difference.
+bool compare(const Function& function, const Shape& shape, const std::vector<int>& parameters,
+             const std::vector<unsigned char>& constant, bool extremes, const Reference& reference,
+             std::mt19937& random) {
+  std::vector<Image> images;
+  images.reserve(function.arguments.size());
+  for (const Argument& argument : function.arguments) {
+    if (argument.isImage()) images.push_back(makeImage(function, argument, shape, extremes, random));
+  }
+  unsigned char noise[64];
+  for (unsigned char& byte : noise) byte = static_cast<unsigned char>(random());
+  mixExtremes(noise, sizeof noise, 1, random);
+  for (std::size_t i = 0; i < constant.size(); ++i) noise[i] = constant[i];
+
+  // A constant array stands at the end of its memory: a sample too many is a fault.
+  std::unique_ptr<guarded::Region> constantMemory;
+  Call call{function, {shape.width, shape.height}, {}, {}, {}, noise, parameters};
+  std::vector<registry::Value> values;
+  std::vector<std::vector<void*>> planePointers;
+  planePointers.reserve(images.size());
+  std::size_t nextImage = 0, nextParameter = 0;
+  const Image* written = nullptr;
+  for (const Argument& argument : function.arguments) {
+    if (argument.isImage()) {
+      Image& image = images[nextImage++];
+      if (argument.planes > 0) {
+        std::vector<void*> pointers;
+        for (auto& plane : image.planes) pointers.push_back(plane->at());
+        planePointers.push_back(pointers);
+        values.emplace_back(planePointers.back().data());
+      } else {
+        values.emplace_back(image.planes[0]->at());
+      }
+      if (argument.role == Role::Mask) call.mask = view(image, image.before);
+      if (argument.role == Role::Source || argument.role == Role::InPlace) {
+        call.sources.push_back(view(image, image.before));
+      }
+      if (argument.isWritten()) {
+        call.destination = view(image, image.expected);
+        written = &image;
+      }
+    } else if (argument.role == Role::Step) {
+      values.emplace_back(images[nextImage - 1].planes[0]->step());
+    } else if (argument.role == Role::Size) {
+      values.emplace_back(call.size);
+    } else if (argument.role == Role::Constant) {
+      const int bytes = argument.samples * argument.sampleBytes;
+      constantMemory = std::make_unique<guarded::Region>(1, bytes, bytes, guarded::Placement{}, random);
+      std::memcpy(constantMemory->at(), noise, bytes);
+      values.emplace_back(constantMemory->at());
+    } else if (isConstantByValue(argument)) {
+      registry::Value value;
+      std::memcpy(static_cast<void*>(&value), noise, 8);
+      values.push_back(value);
+    } else {
+      values.emplace_back(parameters.at(nextParameter++));
+    }
+  }
+
+  const ZopStatus expected = reference(call);
+  const ZopStatus status = function.invoke(values.data());
+  ++calls;
+  if (status != expected) {
+    ADD_FAILURE() << describe(call, shape) << ": status " << status << ", not " << expected;
+    return false;
+  }
+  for (const Image& image : images) {
+    for (std::size_t p = 0; p < image.planes.size(); ++p) {
+      const auto& bytes = &image == written ? image.expected[p] : image.before[p];
+      if (image.planes[p]->equals(bytes)) continue;
+      const auto now = image.planes[p]->bytes();
+      const auto first = std::mismatch(now.begin(), now.end(), bytes.begin());
+      ADD_FAILURE() << describe(call, shape) << ": " << image.argument->name << " differs at byte "
+                    << (&*first.second - image.planes[p]->in(const_cast<std::vector<unsigned char>&>(bytes)))
+                    << " of plane " << p << ": " << int(*first.first) << ", not " << int(*first.second);
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+std::vector<Shape> shapes(const Function& function) {
+  int sampleBytes = 1;
+  for (const Argument& argument : function.arguments) {
+    if (argument.isWritten()) sampleBytes = argument.sampleBytes;
+  }
+  const int lanes = 64 / std::min(sampleBytes, 8);
+  std::vector<Shape> result;
+  for (int width = 1; width <= 2 * lanes + 3; ++width) {
+    const bool gapFree = width % 3 == 0;
+    const int padding = gapFree ? 0 : width % 2 == 0 ? 3 * sampleBytes : 8 * sampleBytes + (width % 4);
+    result.push_back({width, 1 + width % 3, padding, {true, 0}});
+    result.push_back({width, 2, padding, {false, (width * 7) % 64}});
+  }
+  for (int offset = 0; offset < 64; ++offset) result.push_back({lanes + 5, 2, offset % 3, {false, offset}});
+  for (const int width : {257, 1023, 4099}) result.push_back({width, 2, 5, {true, 0}});
+  return result;
+}
+
+void run(const Function& function, const Options& options, const Reference& reference,
+         const std::vector<Shape>& shapes) {
+  std::mt19937 random(static_cast<unsigned>(std::strlen(function.name)));
+  for (const Shape& shape : shapes) {
+    for (const auto& parameters : options.parameters) {
+      for (const auto& constant : options.constants) {
+        if (!compare(function, shape, parameters, constant, options.extremes, reference, random)) return;
+      }
+    }
+  }
+}
+
+std::vector<const Function*> functionsOf(const std::string& operation) {
+  std::vector<const Function*> result;
+  for (const Function& function : registry::functions()) {
+    if (function.operation == operation) result.push_back(&function);
+  }
+  return result;
+}
+
+void onEveryTargetAndTeam(const std::function<void(bool everyShape)>& body) {
+  const int team = omp_get_max_threads();
+  omp_set_num_threads(1);
+  targets::forEach([&](const std::string& name) {
+    SCOPED_TRACE("on " + name);
+    body(true);
+  });
+  for (const int threads : {2, 3, 5}) {
+    SCOPED_TRACE("with a team of " + std::to_string(threads));
+    omp_set_num_threads(threads);
+    body(false);
+  }
+  omp_set_num_threads(team);
+}
+
+long callsCompared() { return calls; }
+
+}  // namespace sweep

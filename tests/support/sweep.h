@@ -1,0 +1,83 @@
+// The reference sweep: calls a function over many shapes of its images and compares every byte of its destinations
+// with a plain reference.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/guarded.h"
+#include "support/registry.h"
+
+namespace sweep {
+
+// One image argument of a call, as the reference sees it: for a destination the bytes it must hold afterwards.
+struct View {
+  unsigned char* plane[4] = {};
+  int planes = 0, step = 0, samples = 0, sampleBytes = 0;
+
+  template <class T>
+  T get(int x, int y, int c = 0) const {
+    T value;
+    std::memcpy(&value, address(x, y, c), sizeof value);
+    return value;
+  }
+  template <class T>
+  void set(int x, int y, int c, T value) const {
+    std::memcpy(address(x, y, c), &value, sizeof value);
+  }
+
+ private:
+  unsigned char* address(int x, int y, int c) const {
+    unsigned char* row = plane[planes > 0 ? c : 0] + static_cast<std::ptrdiff_t>(step) * y;
+    const std::ptrdiff_t sample = static_cast<std::ptrdiff_t>(x) * samples + (planes > 0 ? 0 : c);
+    return row + sample * sampleBytes;
+  }
+};
+
+// A call as the reference sees it.
+struct Call {
+  const registry::Function& function;
+  ZopImageSize size;
+  std::vector<View> sources;   // in the order of the arguments; in place, the image that is overwritten comes last
+  View destination;            // holds the bytes from before the call: the reference writes into it
+  View mask;                   // of masked forms
+  const unsigned char* constant = nullptr;
+  std::vector<int> parameters;  // the values for arguments of role Value, in order, but for a constant by value
+};
+
+// Writes what the call must leave behind into `call.destination` and returns the status it must return.
+using Reference = std::function<ZopStatus(const Call& call)>;
+
+// One shape of a call.
+struct Shape {
+  int width, height;
+  int padding;  // bytes between rows
+  guarded::Placement placement;
+};
+
+struct Options {
+  std::vector<std::vector<int>> parameters = {{}};  // sets of parameters, each tried with every shape
+  std::vector<std::vector<unsigned char>> constants = {{}};  // constants to use, sample after sample; noise if empty
+  bool extremes = true;                             // mix the ends of the type's range into the noise
+};
+
+// The shapes of a function's sweep: every width up to two vectors and three samples, rows with and without gaps,
+// flush against either guard and at every start alignment.
+std::vector<Shape> shapes(const registry::Function& function);
+
+// Calls the function once for every shape, parameter set and constant. Stops at the first difference.
+void run(const registry::Function& function, const Options& options, const Reference& reference,
+         const std::vector<Shape>& shapes);
+
+// All functions of an operation.
+std::vector<const registry::Function*> functionsOf(const std::string& operation);
+
+// Runs `body` on every vector target with one thread, then on the best target with teams of 2, 3 and 5.
+void onEveryTargetAndTeam(const std::function<void(bool everyShape)>& body);
+
+// The number of calls compared so far, for the report.
+long callsCompared();
+
+}  // namespace sweep
