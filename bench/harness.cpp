@@ -1,0 +1,158 @@
+#include "harness.h"
+
+#include <benchmark/benchmark.h>
+#include <hwy/cache_control.h>
+#include <hwy/highway.h>
+#include <omp.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <random>
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+namespace bench {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using D = hn::ScalableTag<std::uint8_t>;
+constexpr std::size_t kVector = hn::MaxLanes(D());
+
+template <class F>
+double seconds(int times, const F& f) {
+  const auto start = Clock::now();
+  for (int i = 0; i < times; ++i) {
+    f();
+    benchmark::ClobberMemory();
+  }
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+void copyByVectors(unsigned char* to, const unsigned char* from, std::size_t bytes) {
+  const D d;
+  for (std::size_t i = 0; i + kVector <= bytes; i += kVector) hn::StoreU(hn::LoadU(d, from + i), d, to + i);
+}
+
+void copyByStreaming(unsigned char* to, const unsigned char* from, std::size_t bytes) {
+  const D d;
+  const std::size_t head = (kVector - reinterpret_cast<std::uintptr_t>(to) % kVector) % kVector;
+  std::memcpy(to, from, std::min(head, bytes));
+  for (std::size_t i = head; i + kVector <= bytes; i += kVector) hn::Stream(hn::LoadU(d, from + i), d, to + i);
+  hwy::FlushStream();
+}
+
+void read(const unsigned char* from, std::size_t bytes) {
+  const D d;
+  auto a = hn::Zero(d), b = a, c = a, e = a;
+  for (std::size_t i = 0; i + 4 * kVector <= bytes; i += 4 * kVector) {
+    a = hn::Add(a, hn::LoadU(d, from + i));
+    b = hn::Add(b, hn::LoadU(d, from + i + kVector));
+    c = hn::Add(c, hn::LoadU(d, from + i + 2 * kVector));
+    e = hn::Add(e, hn::LoadU(d, from + i + 3 * kVector));
+  }
+  benchmark::DoNotOptimize(hn::GetLane(hn::Add(hn::Add(a, b), hn::Add(c, e))));
+}
+
+void writeByStreaming(unsigned char* to, std::size_t bytes) {
+  const D d;
+  const std::size_t head = (kVector - reinterpret_cast<std::uintptr_t>(to) % kVector) % kVector;
+  std::memset(to, 7, std::min(head, bytes));
+  for (std::size_t i = head; i + kVector <= bytes; i += kVector) hn::Stream(hn::Set(d, 7), d, to + i);
+  hwy::FlushStream();
+}
+
+double median(std::vector<double>& values) {
+  std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
+  return values[values.size() / 2];
+}
+
+void runRow(benchmark::State& state, const std::vector<int>& sources, const std::vector<int>& destinations,
+            const Call& call) {
+  const ZopImageSize size = {static_cast<int>(state.range(0)), static_cast<int>(state.range(1))};
+  const Frame frame(size, sources, destinations);
+  call(frame);
+  // Batches of about a tenth of a millisecond, so that the clock's own cost does not show.
+  const double once = std::max(seconds(3, [&] { call(frame); }) / 3, 1e-9);
+  const int batch = std::clamp(static_cast<int>(1e-4 / once), 1, 20000);
+  std::vector<double> calls, traversals;
+  for (auto _ : state) {
+    calls.push_back(seconds(batch, [&] { call(frame); }) / batch);
+    state.SetIterationTime(calls.back());
+    traversals.push_back(frame.secondsOfTraversal(batch) / batch);
+  }
+  const double time = median(calls);
+  state.counters["ns_per_pixel"] = time * 1e9 / (static_cast<double>(size.width) * size.height);
+  state.counters["limit_fraction"] = median(traversals) / time;
+}
+
+}  // namespace
+
+double secondsOfCopy(unsigned char* to, const unsigned char* from, std::size_t bytes, int times) {
+  const double byLibrary = seconds(times, [&] { std::memcpy(to, from, bytes); });
+  const double byVectors = seconds(times, [&] { copyByVectors(to, from, bytes); });
+  const double byStreaming = seconds(times, [&] { copyByStreaming(to, from, bytes); });
+  return std::min({byLibrary, byVectors, byStreaming});
+}
+
+double secondsOfRead(const unsigned char* from, std::size_t bytes, int times) {
+  return seconds(times, [&] { read(from, bytes); });
+}
+
+double secondsOfWrite(unsigned char* to, std::size_t bytes, int times) {
+  const double byLibrary = seconds(times, [&] { std::memset(to, 7, bytes); });
+  const double byStreaming = seconds(times, [&] { writeByStreaming(to, bytes); });
+  return std::min(byLibrary, byStreaming);
+}
+
+Frame::Image Frame::allocate(ZopImageSize size, int pixelBytes, unsigned seed) {
+  int step = 0;
+  unsigned char* data = zopiMalloc_8u_C1(size.width * pixelBytes, size.height, &step);
+  const std::size_t bytes = static_cast<std::size_t>(step) * size.height;
+  std::mt19937 random(seed);
+  for (std::size_t i = 0; i + 4 <= bytes; i += 4) {
+    const std::uint32_t word = static_cast<std::uint32_t>(random());
+    std::memcpy(data + i, &word, 4);
+  }
+  return {{data, zopiFree}, step, bytes};
+}
+
+Frame::Frame(ZopImageSize frameSize, const std::vector<int>& sourcePixelBytes,
+             const std::vector<int>& destinationPixelBytes)
+    : size(frameSize) {
+  for (const int bytes : sourcePixelBytes) sources_.push_back(allocate(size, bytes, bytes));
+  for (const int bytes : destinationPixelBytes) destinations_.push_back(allocate(size, bytes, 99));
+}
+
+double Frame::secondsOfTraversal(int times) const {
+  double total = 0;
+  std::size_t s = 0, d = 0, readBytes = 0, writtenBytes = 0;
+  while (s < sources_.size() && d < destinations_.size()) {
+    const std::size_t left = sources_[s].bytes - readBytes, room = destinations_[d].bytes - writtenBytes;
+    const std::size_t bytes = std::min(left, room);
+    total += secondsOfCopy(destinations_[d].data.get() + writtenBytes, sources_[s].data.get() + readBytes, bytes, times);
+    readBytes = left == bytes ? (++s, 0) : readBytes + bytes;
+    writtenBytes = room == bytes ? (++d, 0) : writtenBytes + bytes;
+  }
+  for (; s < sources_.size(); ++s, readBytes = 0) {
+    total += secondsOfRead(sources_[s].data.get() + readBytes, sources_[s].bytes - readBytes, times);
+  }
+  for (; d < destinations_.size(); ++d, writtenBytes = 0) {
+    total += secondsOfWrite(destinations_[d].data.get() + writtenBytes, destinations_[d].bytes - writtenBytes, times);
+  }
+  return total;
+}
+
+void add(const std::string& name, std::vector<int> sourcePixelBytes, std::vector<int> destinationPixelBytes, Call call) {
+  benchmark::RegisterBenchmark(name.c_str(),
+                               [=](benchmark::State& state) {
+                                 runRow(state, sourcePixelBytes, destinationPixelBytes, call);
+                               })
+      ->Args({64, 64})
+      ->Args({640, 480})
+      ->Args({3840, 2160})
+      ->UseManualTime()
+      ->MinTime(0.02);
+}
+
+}  // namespace bench

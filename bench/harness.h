@@ -1,0 +1,57 @@
+// Times a function against the speed of memory: every row runs the call and, in turn with it, a plain traversal of
+// the same buffers. The limit fraction is the traversal's time over the call's: 1 is memory speed.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "zopi.h"
+
+namespace bench {
+
+// The images of a call: what it reads, then what it writes.
+class Frame {
+ public:
+  Frame(ZopImageSize size, const std::vector<int>& sourcePixelBytes, const std::vector<int>& destinationPixelBytes);
+
+  ZopImageSize size;
+
+  template <class T = Zop8u>
+  const T* source(int i) const {
+    return reinterpret_cast<const T*>(sources_[i].data.get());
+  }
+  int sourceStep(int i) const { return sources_[i].step; }
+  template <class T = Zop8u>
+  T* destination(int i = 0) const {
+    return reinterpret_cast<T*>(destinations_[i].data.get());
+  }
+  int destinationStep(int i = 0) const { return destinations_[i].step; }
+
+  // Moves as many bytes as the call: the fastest of three ways to copy, and sums or fills what is left over.
+  double secondsOfTraversal(int times) const;
+
+ private:
+  struct Image {
+    std::unique_ptr<unsigned char, void (*)(void*)> data;
+    int step;
+    std::size_t bytes;
+  };
+  static Image allocate(ZopImageSize size, int pixelBytes, unsigned seed);
+
+  std::vector<Image> sources_, destinations_;
+};
+
+using Call = std::function<void(const Frame& frame)>;
+
+// Registers a row at 64x64, 640x480 and 3840x2160 pixels.
+void add(const std::string& name, std::vector<int> sourcePixelBytes, std::vector<int> destinationPixelBytes, Call call);
+
+// Seconds of `times` traversals of plain memory, for the machine's own limits.
+double secondsOfCopy(unsigned char* to, const unsigned char* from, std::size_t bytes, int times);
+double secondsOfRead(const unsigned char* from, std::size_t bytes, int times);
+double secondsOfWrite(unsigned char* to, std::size_t bytes, int times);
+
+}  // namespace bench
