@@ -3,9 +3,9 @@
 # Builds and installs the library, builds the examples against the installed package and runs them. Writes
 # out/contact_sheet.png: a PNG or TIFF picture and what the library makes of it.
 set -euo pipefail
-picture=$(realpath -e "${1:-/dev/null}")
+picture=${1:+$(realpath -e "$1")}
 cd "$(dirname "$0")/.."
-[[ $# -gt 0 ]] || picture=out/photo.tif
+picture=${picture:-out/photo.tif}
 prefix=$PWD/out/install
 export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
 
