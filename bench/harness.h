@@ -12,6 +12,8 @@
 
 namespace bench {
 
+struct Way;
+
 // The images of a call: what it reads, then what it writes.
 class Frame {
  public:
@@ -30,7 +32,8 @@ class Frame {
   }
   int destinationStep(int i = 0) const { return destinations_[i].step; }
 
-  // Moves as many bytes as the call: the fastest of three ways to copy, and sums or fills what is left over.
+  // Moves as many bytes as the call `times` times: copies, and sums or fills what is left over. The fastest of three
+  // ways counts.
   double secondsOfTraversal(int times) const;
 
  private:
@@ -40,6 +43,7 @@ class Frame {
     std::size_t bytes;
   };
   static Image allocate(ZopImageSize size, int pixelBytes, unsigned seed);
+  void traverse(const Way& way) const;
 
   std::vector<Image> sources_, destinations_;
 };
@@ -48,10 +52,5 @@ using Call = std::function<void(const Frame& frame)>;
 
 // Registers a row at 64x64, 640x480 and 3840x2160 pixels.
 void add(const std::string& name, std::vector<int> sourcePixelBytes, std::vector<int> destinationPixelBytes, Call call);
-
-// Seconds of `times` traversals of plain memory, for the machine's own limits.
-double secondsOfCopy(unsigned char* to, const unsigned char* from, std::size_t bytes, int times);
-double secondsOfRead(const unsigned char* from, std::size_t bytes, int times);
-double secondsOfWrite(unsigned char* to, std::size_t bytes, int times);
 
 }  // namespace bench

@@ -19,7 +19,7 @@ Exact saturate(Exact t, Exact lowest, Exact highest) { return std::clamp(t, lowe
 
 // t * 2^-s, rounded to nearest with ties to even. Beyond 100 in either direction nothing changes any more.
 Exact scaled(Exact t, int s) {
-  if (s < 0) return saturate(t, -(Exact{1} << 62), Exact{1} << 62) * (Exact{1} << std::min(-(s + 1) + 1, 60));
+  if (s < 0) return saturate(t, -(Exact{1} << 62), Exact{1} << 62) * (Exact{1} << std::min(-std::max(s, -100), 60));
   if (s == 0) return t;
   if (s > 100) return 0;
   const Exact unit = Exact{1} << s;

@@ -18,6 +18,7 @@ namespace {
 // shifting left needs; `halved` the exact result over 2, where there is a shorter way than rounding.
 
 struct Add {
+  static constexpr bool kShort = true;
   template <class T>
   static constexpr bool kHalves = sizeof(T) < 4;
 
@@ -47,6 +48,7 @@ struct Add {
 };
 
 struct Sub {
+  static constexpr bool kShort = true;
   template <class T>
   static constexpr bool kHalves = sizeof(T) == 1;
 
@@ -68,6 +70,7 @@ struct Sub {
 };
 
 struct Mul {
+  static constexpr bool kShort = false;
   template <class T>
   static constexpr bool kHalves = sizeof(T) == 1;
 
@@ -88,6 +91,7 @@ struct Mul {
 
 // Real parts stand in even lanes, imaginary parts in odd ones.
 struct MulComplex {
+  static constexpr bool kShort = false;
   template <class T>
   static constexpr bool kHalves = false;
 
@@ -128,6 +132,8 @@ HWY_INLINE V truncateThroughDouble(D d, V t, int shift) {
 
 template <class Op, ScaleRoute kRoute>
 struct Scaled {
+  static constexpr int kGroup = std::is_same_v<Op, MulComplex> ? 2 : 1;
+  static constexpr bool kShort = Op::kShort && (kRoute == kSaturate || kRoute == kHalve);
   int shift;
 
   template <class D, class V>

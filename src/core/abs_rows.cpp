@@ -13,6 +13,8 @@ namespace zopi {
 namespace HWY_NAMESPACE {
 
 struct Abs {
+  static constexpr bool kShort = true;
+
   template <class D, class V>
   HWY_INLINE V operator()(D d, V v) const {
     if constexpr (hwy::IsFloat<hn::TFromD<D>>()) return hn::Abs(v);

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "core/image.h"
 #include "core/pattern.h"
@@ -26,63 +27,30 @@ using Tag = hn::ScalableTag<T>;
 template <class D>
 inline constexpr std::ptrdiff_t kLanes = hn::MaxLanes(D());
 
-// Operands of a map. `next(d, i)` is the vector at sample i; calls come with i rising by a vector's length from the
-// one given to `begin`. `edge(d, i, n)` is the vector of n samples at any sample i.
+// A long step of a loop: a whole number of patterns, whatever the vector's length.
 template <class D>
-struct ImageOperand {
-  using T = hn::TFromD<D>;
-  Image<const T> image;
-  const T* samples = nullptr;
+inline constexpr int kStep = kLanes<D> % 8 == 0 ? 3 : kPatternSamples / static_cast<int>(kLanes<D>);
 
-  HWY_INLINE void row(std::ptrdiff_t y) { samples = image.row(y); }
-  HWY_INLINE void begin(std::ptrdiff_t) {}
-  HWY_INLINE hn::Vec<D> next(D d, std::ptrdiff_t i) { return hn::LoadU(d, samples + i); }
-  HWY_INLINE hn::Vec<D> edge(D d, std::ptrdiff_t i, std::ptrdiff_t n) const {
-    if (HWY_LIKELY(n == kLanes<D>)) return hn::LoadU(d, samples + i);
-    HWY_ALIGN T block[kLanes<D>] = {};
-    std::memcpy(block, samples + i, n * sizeof(T));
-    return hn::Load(d, block);
-  }
-  template <int Count>
-  HWY_INLINE void copy(std::ptrdiff_t i, T* out) const { std::memcpy(out, samples + i, Count * sizeof(T)); }
-};
+// What an operation may say of itself: how many samples belong together (a complex sample is two), so that no vector
+// may part them; and that it is so short that a loop gains from long steps.
+template <class Op>
+constexpr int groupOf() {
+  if constexpr (requires { Op::kGroup; }) return Op::kGroup;
+  else return 1;
+}
+template <class Op>
+constexpr bool isShort() {
+  if constexpr (requires { Op::kShort; }) return Op::kShort;
+  else return false;
+}
 
+// The first n samples from an address on, and zeros.
 template <class D>
-struct PatternOperand {
-  using T = hn::TFromD<D>;
-  static constexpr std::ptrdiff_t kPeriods = 1 + (kLanes<D> + kPatternSamples - 1) / kPatternSamples;
-  static constexpr int kTurn = kLanes<D> % kPatternSamples;
-  T samples[kPeriods * kPatternSamples];
-  int phase = 0;
-
-  HWY_INLINE explicit PatternOperand(const Pattern<T>& pattern) {
-    for (std::ptrdiff_t i = 0; i < kPeriods; ++i) {
-      std::memcpy(samples + i * kPatternSamples, pattern.samples, sizeof pattern.samples);
-    }
-  }
-
-  HWY_INLINE void row(std::ptrdiff_t) {}
-  HWY_INLINE void begin(std::ptrdiff_t i) { phase = static_cast<int>(i % kPatternSamples); }
-  HWY_INLINE hn::Vec<D> next(D d, std::ptrdiff_t) {
-    const auto v = hn::LoadU(d, samples + phase);
-    phase = phase < kPatternSamples - kTurn ? phase + kTurn : phase + kTurn - kPatternSamples;
-    return v;
-  }
-  HWY_INLINE hn::Vec<D> edge(D d, std::ptrdiff_t i, std::ptrdiff_t) const {
-    return hn::LoadU(d, samples + i % kPatternSamples);
-  }
-  template <int Count>
-  HWY_INLINE void copy(std::ptrdiff_t i, T* out) const {
-    std::memcpy(out, samples + i % kPatternSamples, Count * sizeof(T));
-  }
-};
-
-// Samples from `out` up to the first vector boundary, or -1 if samples straddle it.
-template <class D, class T = hn::TFromD<D>>
-HWY_INLINE std::ptrdiff_t toAlignment(D, const T* out) {
-  const std::uintptr_t past = reinterpret_cast<std::uintptr_t>(out) % (kLanes<D> * sizeof(T));
-  if (past % sizeof(T) != 0) return -1;
-  return past == 0 ? 0 : kLanes<D> - static_cast<std::ptrdiff_t>(past / sizeof(T));
+HWY_INLINE hn::Vec<D> loadPart(D d, const hn::TFromD<D>* from, std::ptrdiff_t n) {
+  if (HWY_LIKELY(n == kLanes<D>)) return hn::LoadU(d, from);
+  HWY_ALIGN hn::TFromD<D> block[kLanes<D>] = {};
+  std::memcpy(block, from, n * sizeof block[0]);
+  return hn::Load(d, block);
 }
 
 // The first n samples of a vector.
@@ -94,38 +62,112 @@ HWY_INLINE void storePart(D d, V v, hn::TFromD<D>* out, std::ptrdiff_t n) {
   std::memcpy(out, block, n * sizeof block[0]);
 }
 
-// One row of a map. The arithmetic stands twice: in the loop, and for the vectors at the edges, which overlap it.
-template <class D, class Op, class... S>
-HWY_INLINE void mapRow(D d, const Op& op, hn::TFromD<D>* out, std::ptrdiff_t n, bool stream, S&... s) {
-  constexpr std::ptrdiff_t N = kLanes<D>;
+// Operands of a map. `at(d, i, k)` is the vector at sample i, the k-th since `begin` or the last `advance`, which tells
+// how many vectors have been taken. `edge(d, i, n)` is the vector of n samples at any sample i.
+template <class D>
+struct ImageOperand {
+  using T = hn::TFromD<D>;
+  Image<const T> image;
+  const T* samples = nullptr;
 
-  // What streams is not in place, so its first vector may be stored at once.
-  std::ptrdiff_t i = 0;
-  const std::ptrdiff_t head = stream && n >= N ? toAlignment(d, out) : -1;
-  stream = head >= 0;
-  if (head > 0) i = head;
-
-  // In place, the samples of the last vector must be read before the loop changes them.
-  hn::Vec<D> last = hn::Zero(d);
-  const std::ptrdiff_t part = n < N ? n : N;
-  const bool overlap = (n - i) % N != 0;
-  for (std::ptrdiff_t edge = i > 0 ? 0 : n - part; i > 0 || overlap; edge = n - part) {
-    last = op(d, s.edge(d, edge, part)...);
-    if (edge == n - part) break;
-    hn::StoreU(last, d, out);
-    if (!overlap) break;
+  HWY_INLINE void row(std::ptrdiff_t y) { samples = image.row(y); }
+  HWY_INLINE void begin(std::ptrdiff_t) {}
+  template <int Count>
+  HWY_INLINE void advance() {}
+  HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t i, int) const { return hn::LoadU(d, samples + i); }
+  HWY_INLINE hn::Vec<D> edge(D d, std::ptrdiff_t i, std::ptrdiff_t n) const {
+    return loadPart(d, samples + i, n);
   }
+  template <int Count>
+  HWY_INLINE void copy(std::ptrdiff_t i, T* out) const { std::memcpy(out, samples + i, Count * sizeof(T)); }
+};
 
-  (s.begin(i), ...);
-  for (; i + N <= n; i += N) {
-    const auto result = op(d, s.next(d, i)...);
-    if (HWY_UNLIKELY(stream)) {
-      hn::Stream(result, d, out + i);
-    } else {
-      hn::StoreU(result, d, out + i);
+template <class D>
+struct PatternOperand {
+  using T = hn::TFromD<D>;
+  static constexpr std::ptrdiff_t kPeriods = 1 + (kStep<D> * kLanes<D> + kPatternSamples - 1) / kPatternSamples;
+  T samples[kPeriods * kPatternSamples];
+  int phase = 0;
+
+  HWY_INLINE explicit PatternOperand(const Pattern<T>& pattern) {
+    for (std::ptrdiff_t i = 0; i < kPeriods; ++i) {
+      std::memcpy(samples + i * kPatternSamples, pattern.samples, sizeof pattern.samples);
     }
   }
 
+  HWY_INLINE void row(std::ptrdiff_t) {}
+  HWY_INLINE void begin(std::ptrdiff_t i) { phase = static_cast<int>(i % kPatternSamples); }
+  template <int Count>
+  HWY_INLINE void advance() {
+    constexpr int kTurn = Count * kLanes<D> % kPatternSamples;
+    if constexpr (kTurn > 0) phase += phase < kPatternSamples - kTurn ? kTurn : kTurn - kPatternSamples;
+  }
+  HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t, int k) const { return hn::LoadU(d, samples + phase + k * kLanes<D>); }
+  HWY_INLINE hn::Vec<D> edge(D d, std::ptrdiff_t i, std::ptrdiff_t) const {
+    return hn::LoadU(d, samples + i % kPatternSamples);
+  }
+  template <int Count>
+  HWY_INLINE void copy(std::ptrdiff_t i, T* out) const {
+    std::memcpy(out, samples + i % kPatternSamples, Count * sizeof(T));
+  }
+};
+
+// Samples from `out` up to the first vector boundary, or 0 if a group of samples straddles it.
+template <int Group, class D, class T = hn::TFromD<D>>
+HWY_INLINE std::ptrdiff_t toAlignment(D, const T* out) {
+  const std::uintptr_t past = reinterpret_cast<std::uintptr_t>(out) % (kLanes<D> * sizeof(T));
+  return past == 0 || past % (Group * sizeof(T)) != 0 ? 0 : kLanes<D> - static_cast<std::ptrdiff_t>(past / sizeof(T));
+}
+
+template <class D>
+HWY_INLINE bool isAligned(D, const hn::TFromD<D>* out) {
+  return reinterpret_cast<std::uintptr_t>(out) % (kLanes<D> * sizeof(*out)) == 0;
+}
+
+// `Count` vectors from sample i on: all are read before the first is stored, which keeps loads from waiting for stores.
+template <class D, class Op, int... K, class... S>
+HWY_INLINE void mapVectors(D d, const Op& op, hn::TFromD<D>* out, bool stream, std::ptrdiff_t i,
+                           std::integer_sequence<int, K...>, S&... s) {
+  constexpr std::ptrdiff_t N = kLanes<D>;
+  const auto one = [&](int k) HWY_ATTR { return op(d, s.at(d, i + k * N, k)...); };
+  const hn::Vec<D> results[] = {one(K)...};
+  if (HWY_UNLIKELY(stream)) {
+    (hn::Stream(results[K], d, out + i + K * N), ...);
+  } else {
+    (hn::StoreU(results[K], d, out + i + K * N), ...);
+  }
+  (s.template advance<sizeof...(K)>(), ...);
+}
+
+// One row of a map. The arithmetic stands in the loops, whose stores are aligned, and once more for the vectors at the
+// edges, which overlap those of the loop. In place, the edges must be read before the loop changes their samples and
+// stored after it has read them.
+template <class D, class Op, class... S>
+HWY_INLINE void mapRow(D d, const Op& op, hn::TFromD<D>* out, std::ptrdiff_t n, bool stream, S&... s) {
+  constexpr std::ptrdiff_t N = kLanes<D>;
+  const std::ptrdiff_t part = n < N ? n : N;
+  // Worth one more vector where there are many.
+  const std::ptrdiff_t head = n >= 4 * N ? toAlignment<groupOf<Op>()>(d, out) : 0;
+  const bool overlap = (n - head) % N != 0;
+
+  hn::Vec<D> first = hn::Zero(d), last = first;
+  for (int edges = (head > 0) + overlap; edges > 0; --edges) {
+    first = last;
+    last = op(d, s.edge(d, edges == 2 || !overlap ? 0 : n - part, part)...);
+  }
+
+  std::ptrdiff_t i = head;
+  stream = stream && isAligned(d, out + head);
+  (s.begin(i), ...);
+  if constexpr (isShort<Op>()) {
+    constexpr int kSteps = kStep<D>;
+    for (; i + kSteps * N <= n; i += kSteps * N) {
+      mapVectors(d, op, out, stream, i, std::make_integer_sequence<int, kSteps>(), s...);
+    }
+  }
+  for (; i + N <= n; i += N) mapVectors(d, op, out, stream, i, std::integer_sequence<int, 0>(), s...);
+
+  if (head > 0) hn::StoreU(overlap ? first : last, d, out);
   if (overlap) storePart(d, last, out + n - part, part);
 }
 
@@ -142,6 +184,8 @@ HWY_INLINE void mapRows(D d, const Op& op, Image<hn::TFromD<D>> out, Extent e, S
 // An operation on an image and a pattern that leaves some samples as they were.
 template <class Op>
 struct Keeping {
+  static constexpr int kGroup = groupOf<Op>();
+  static constexpr bool kShort = isShort<Op>();
   Op op;
   template <class D, class V = hn::Vec<D>, class... Rest>
   HWY_INLINE V operator()(D d, V old, V written, Rest... rest) const {
@@ -167,7 +211,9 @@ HWY_INLINE void mapColours(D d, Image<hn::TFromD<D>> out, Extent pixels, S opera
     std::ptrdiff_t i = 0;
     if constexpr (masks) {
       for (; i + N <= n; i += N) {
-        hn::BlendedStore(operand.next(d, i), hn::MaskFromVec(written.next(d, i)), d, to + i);
+        hn::BlendedStore(operand.at(d, i, 0), hn::MaskFromVec(written.at(d, i, 0)), d, to + i);
+        operand.template advance<1>();
+        written.template advance<1>();
       }
       const auto rest = hn::And(hn::MaskFromVec(written.edge(d, i, N)), hn::FirstN(d, n - i));
       if (i < n) hn::BlendedStore(operand.edge(d, i, n - i), rest, d, to + i);
@@ -192,11 +238,13 @@ HWY_INLINE void mapMasked(D d, Image<hn::TFromD<D>> out, Extent pixels, Image<co
     old.row(y);
     for (std::ptrdiff_t i = 0; i < n; i = n - i > N && n - i < 2 * N ? n - N : i + N) {
       const std::ptrdiff_t count = n - i < N ? n - i : N;
-      HWY_ALIGN uint8_t bytes[kLanes<D>] = {};
-      std::memcpy(bytes, from + i, count == N ? N : count);
-      const auto chosen = hn::VecFromMask(d, hn::Not(hn::Eq(promoteBytes(d, hn::Load(d8, bytes)), hn::Zero(d))));
+      const auto bytes = promoteBytes(d, loadPart(d8, from + i, count));
+      const auto chosen = hn::VecFromMask(d, hn::Not(hn::Eq(bytes, hn::Zero(d))));
+      if constexpr (Channels == 1) {
+        storePart(d, hn::IfVecThenElse(chosen, operand.edge(d, i, count), old.edge(d, i, count)), to + i, count);
+        continue;
+      }
       HWY_ALIGN T channels[Channels * N];
-      if constexpr (Channels == 1) hn::Store(chosen, d, channels);
       if constexpr (Channels == 3) hn::StoreInterleaved3(chosen, chosen, chosen, d, channels);
       if constexpr (Channels == 4) {
         hn::StoreInterleaved4(chosen, chosen, chosen, Colours == 4 ? chosen : hn::Zero(d), d, channels);

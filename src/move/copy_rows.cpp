@@ -17,6 +17,7 @@ namespace HWY_NAMESPACE {
 namespace {
 
 struct Same {
+  static constexpr bool kShort = true;
   template <class D, class V>
   HWY_INLINE V operator()(D, V v) const { return v; }
 };
