@@ -92,24 +92,22 @@ constexpr GatedPath kGated16s[] = {
 };
 
 template <std::size_t Count>
-bool isGated(const GatedPath (&paths)[Count], ScaledOperation operation, bool constant, Form form, ScaleRoute route) {
+constexpr GatedPath gatedPath(const GatedPath (&paths)[Count], ScaledOperation operation, bool constant, Form form) {
   for (const GatedPath& path : paths) {
-    if (path.operation == operation && path.constant == constant && path.form == form) {
-      return (route == kSaturate && path.direct) || (route == kHalve && path.halved) ||
-             (route == kRound && path.rounded);
-    }
+    if (path.operation == operation && path.constant == constant && path.form == form) return path;
   }
-  return false;
+  return {operation, constant, form, false, false, false};
 }
 
 // `samples` is the region as one channel, as the gates see it.
-template <class T>
-bool sharesRows(ScaledOperation operation, bool constant, Form form, ScaleRoute route, ZopImageSize samples) {
-  if constexpr (std::is_same_v<T, Zop8u>) {
-    return !isGated(kGated8u, operation, constant, form, route) || gate8u(samples);
-  } else {
-    return !isGated(kGated16s, operation, constant, form, route) || gate16s(samples);
-  }
+template <class T, ScaledOperation kOperation, bool kConstant, Form kForm>
+bool sharesRows(ScaleRoute route, ZopImageSize samples) {
+  constexpr bool is8u = std::is_same_v<T, Zop8u>;
+  constexpr GatedPath path = is8u ? gatedPath(kGated8u, kOperation, kConstant, kForm)
+                                  : gatedPath(kGated16s, kOperation, kConstant, kForm);
+  const bool gated = (route == kSaturate && path.direct) || (route == kHalve && path.halved) ||
+                     (route == kRound && path.rounded);
+  return !gated || (is8u ? gate8u(samples) : gate16s(samples));
 }
 
 // A layout of complex pixels, as the real samples a row sees.
@@ -156,7 +154,8 @@ ZopStatus withImage(Image<const T> a, std::type_identity_t<Image<const T>> b, Im
     }, first, second, result);
   } else {
     const bool parallel =
-        !kIsComplex<T> && sharesRows<T>(operation, false, kForm, step.route, {static_cast<int>(e.length), size.height});
+        !kIsComplex<T> &&
+        sharesRows<T, operation, false, kForm>(step.route, {static_cast<int>(e.length), size.height});
     walkRows(parallel, e, [&](Image<const Real> p, Image<const Real> q, Image<Real> r, Extent band) {
       rows.image(p, q, r, band, step.shift);
     }, first, second, result);
@@ -210,7 +209,7 @@ ZopStatus withPattern(std::type_identity_t<Image<const T>> source, const Pattern
   } else {
     const bool parallel = !kIsComplex<T> && (std::is_same_v<Layout, C3> ||
                                              (std::is_same_v<Layout, C1> &&
-                                              sharesRows<T>(operation, true, kForm, step.route, size)));
+                                              sharesRows<T, operation, true, kForm>(step.route, size)));
     walkRows(parallel, e, [&](Image<const Real> p, Image<Real> r, Extent band) {
       rows.constant(constant, p, r, band, step.shift);
     }, operand, result);

@@ -35,6 +35,8 @@ struct Add {
   // The floor of the average fits the lane; a tie (the operands differ in the lowest bit) goes up where it is odd.
   template <class D, class V>
   static HWY_INLINE V halved(D d, V a, V b) {
+    a = inRegister(a);
+    b = inRegister(b);
     const auto differ = hn::Xor(a, b);
     const auto one = hn::Set(d, 1);
     if constexpr (sizeof(hn::TFromD<D>) == 1) {

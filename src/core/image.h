@@ -45,6 +45,8 @@ template <class T, int Count>
 struct Planes {
   T* at[Count];
   std::ptrdiff_t step;
+
+  Image<T> plane(std::size_t c) const { return {at[c], step}; }
 };
 
 template <int Count, class T>

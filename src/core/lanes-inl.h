@@ -15,6 +15,15 @@ namespace zopi {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
+// A vector that is used in lanes of several widths: without this, GCC loads it from memory again for each.
+template <class V>
+HWY_INLINE V inRegister(V v) {
+#if HWY_ARCH_X86 && HWY_COMPILER_GCC
+  asm("" : "+x"(v.raw));
+#endif
+  return v;
+}
+
 // Ones in the lowest `count` bits, for a count below the width.
 template <class T>
 constexpr T lowBits(int count) {

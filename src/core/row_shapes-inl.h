@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "core/image.h"
+#include "core/lanes-inl.h"
 #include "core/pattern.h"
 #include "hwy/cache_control.h"
 
@@ -42,6 +43,13 @@ template <class Op>
 constexpr bool isShort() {
   if constexpr (requires { Op::kShort; }) return Op::kShort;
   else return false;
+}
+
+// A whole vector, into the caches or past them to an aligned address.
+template <bool kStream, class D, class V>
+HWY_INLINE void store(D d, V v, hn::TFromD<D>* out) {
+  if constexpr (kStream) hn::Stream(v, d, out);
+  else hn::StoreU(v, d, out);
 }
 
 // The first n samples from an address on, and zeros.
@@ -80,6 +88,28 @@ struct ImageOperand {
   }
   template <int Count>
   HWY_INLINE void copy(std::ptrdiff_t i, T* out) const { std::memcpy(out, samples + i, Count * sizeof(T)); }
+};
+
+// A mask of one byte a sample, as lanes of ones and zeros.
+template <class D>
+struct MaskOperand {
+  using D8 = hn::Rebind<uint8_t, D>;
+  Image<const Zop8u> mask;
+  const Zop8u* bytes = nullptr;
+
+  HWY_INLINE void row(std::ptrdiff_t y) { bytes = mask.row(y); }
+  HWY_INLINE void begin(std::ptrdiff_t) {}
+  template <int Count>
+  HWY_INLINE void advance() {}
+  HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t i, int) const { return lanes(d, hn::LoadU(D8(), bytes + i)); }
+  HWY_INLINE hn::Vec<D> edge(D d, std::ptrdiff_t i, std::ptrdiff_t n) const {
+    return lanes(d, loadPart(D8(), bytes + i, n));
+  }
+
+ private:
+  static HWY_INLINE hn::Vec<D> lanes(D d, hn::Vec<D8> v) {
+    return hn::VecFromMask(d, hn::Not(hn::Eq(promoteBytes(d, v), hn::Zero(d))));
+  }
 };
 
 template <class D>
@@ -132,9 +162,9 @@ HWY_INLINE void mapVectors(D d, const Op& op, hn::TFromD<D>* out, bool stream, s
   const auto one = [&](int k) HWY_ATTR { return op(d, s.at(d, i + k * N, k)...); };
   const hn::Vec<D> results[] = {one(K)...};
   if (HWY_UNLIKELY(stream)) {
-    (hn::Stream(results[K], d, out + i + K * N), ...);
+    (store<true>(d, results[K], out + i + K * N), ...);
   } else {
-    (hn::StoreU(results[K], d, out + i + K * N), ...);
+    (store<false>(d, results[K], out + i + K * N), ...);
   }
   (s.template advance<sizeof...(K)>(), ...);
 }
@@ -180,6 +210,24 @@ HWY_INLINE void mapRows(D d, const Op& op, Image<hn::TFromD<D>> out, Extent e, S
   }
   if (e.stream) hwy::FlushStream();
 }
+
+// The operation of copies and fills.
+struct Same {
+  static constexpr bool kShort = true;
+  template <class D, class V>
+  HWY_INLINE V operator()(D, V v) const {
+    return v;
+  }
+};
+
+// Takes the new value where a mask byte is not 0.
+struct Choose {
+  static constexpr bool kShort = true;
+  template <class D, class V>
+  HWY_INLINE V operator()(D, V chosen, V value, V old) const {
+    return hn::IfVecThenElse(chosen, value, old);
+  }
+};
 
 // An operation on an image and a pattern that leaves some samples as they were.
 template <class Op>
@@ -228,32 +276,28 @@ template <int Channels, int Colours, class D, class S>
 HWY_INLINE void mapMasked(D d, Image<hn::TFromD<D>> out, Extent pixels, Image<const Zop8u> mask, S operand) {
   using T = hn::TFromD<D>;
   constexpr std::ptrdiff_t N = kLanes<D>;
-  const hn::Rebind<uint8_t, D> d8;
-  const std::ptrdiff_t n = pixels.length;
+  MaskOperand<D> masks{mask};
   ImageOperand<D> old{out};
+  if constexpr (Channels == 1) return mapRows(d, Choose(), out, pixels, masks, operand, old);
+  const std::ptrdiff_t n = pixels.length;
   for (std::ptrdiff_t y = 0; y < pixels.rows; ++y) {
     T* to = out.row(y);
-    const Zop8u* from = mask.row(y);
+    masks.row(y);
     operand.row(y);
     old.row(y);
+    // The last pixels overlap those before, for a pixel may be chosen twice.
     for (std::ptrdiff_t i = 0; i < n; i = n - i > N && n - i < 2 * N ? n - N : i + N) {
       const std::ptrdiff_t count = n - i < N ? n - i : N;
-      const auto bytes = promoteBytes(d, loadPart(d8, from + i, count));
-      const auto chosen = hn::VecFromMask(d, hn::Not(hn::Eq(bytes, hn::Zero(d))));
-      if constexpr (Channels == 1) {
-        storePart(d, hn::IfVecThenElse(chosen, operand.edge(d, i, count), old.edge(d, i, count)), to + i, count);
-        continue;
-      }
+      const auto chosen = masks.edge(d, i, count);
       HWY_ALIGN T channels[Channels * N];
       if constexpr (Channels == 3) hn::StoreInterleaved3(chosen, chosen, chosen, d, channels);
       if constexpr (Channels == 4) {
         hn::StoreInterleaved4(chosen, chosen, chosen, Colours == 4 ? chosen : hn::Zero(d), d, channels);
       }
-      for (std::ptrdiff_t k = 0; k < Channels * N && k < Channels * count; k += N) {
+      for (std::ptrdiff_t k = 0; k < Channels * count; k += N) {
         const std::ptrdiff_t at = i * Channels + k, part = HWY_MIN(N, Channels * count - k);
-        const auto result =
-            hn::IfVecThenElse(hn::Load(d, channels + k), operand.edge(d, at, part), old.edge(d, at, part));
-        storePart(d, result, to + at, part);
+        const auto value = operand.edge(d, at, part), kept = old.edge(d, at, part);
+        storePart(d, hn::IfVecThenElse(hn::Load(d, channels + k), value, kept), to + at, part);
       }
     }
   }

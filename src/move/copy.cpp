@@ -1,6 +1,8 @@
 // Copies of regions, channels and masked pixels, and between interleaved and planar layouts.
 #include "move/copy.h"
 
+#include <utility>
+
 namespace zopi {
 namespace {
 
@@ -43,21 +45,41 @@ ZopStatus widenKeepingAlpha(Image<const T> src, Image<T> dst, ZopImageSize size)
   return walkPixels<3, 4>(src, dst, size, copyRows<BitsOf<T>>().widenKeepingAlpha);
 }
 
+template <class T, std::size_t>
+using PlaneOf = Image<T>;
+
+// Planes go through the walk one by one; a row function takes them as an array.
+template <class Layout, class T, int kChannels, std::size_t... kPlane>
+void splitPlanes(Image<const T> src, Planes<T, kChannels> dst, ZopImageSize size, std::index_sequence<kPlane...>) {
+  using Bits = BitsOf<T>;
+  const auto row = copyRows<Bits>().split[kChannels];
+  const auto body = [&](Image<const Bits, kChannels> from, PlaneOf<Bits, kPlane>... to, Extent band) {
+    const Image<Bits> planes[] = {to...};
+    row(from.template as<Bits, 1>(), planes, band);
+  };
+  walkSerial(extent(size), body, src.template as<Bits, kChannels>(), dst.plane(kPlane).template as<Bits>()...);
+}
+
+template <class Layout, class T, int kChannels, std::size_t... kPlane>
+void joinPlanes(Planes<const T, kChannels> src, Image<T> dst, ZopImageSize size, std::index_sequence<kPlane...>) {
+  using Bits = BitsOf<T>;
+  const auto row = copyRows<Bits>().join[kChannels];
+  const auto body = [&](PlaneOf<const Bits, kPlane>... from, Image<Bits, kChannels> to, Extent band) {
+    const Image<const Bits> planes[] = {from...};
+    row(planes, to.template as<Bits, 1>(), band);
+  };
+  walkSerial(extent(size), body, src.plane(kPlane).template as<Bits>()..., dst.template as<Bits, kChannels>());
+}
+
 template <class Layout, class T, int kChannels>
 ZopStatus split(Image<const T> src, Planes<T, kChannels> dst, ZopImageSize size) {
-  using Bits = BitsOf<T>;
-  Image<Bits> planes[kChannels];
-  for (int c = 0; c < kChannels; ++c) planes[c] = Image<T>{dst.at[c], dst.step}.template as<Bits>();
-  copyRows<Bits>().split[kChannels](src.template as<Bits>(), planes, extent(size));
+  splitPlanes<Layout>(src, dst, size, std::make_index_sequence<kChannels>());
   return zopStatusOk;
 }
 
 template <class Layout, class T, int kChannels>
 ZopStatus join(Planes<const T, kChannels> src, Image<T> dst, ZopImageSize size) {
-  using Bits = BitsOf<T>;
-  Image<const Bits> planes[kChannels];
-  for (int c = 0; c < kChannels; ++c) planes[c] = Image<const T>{src.at[c], src.step}.template as<Bits>();
-  copyRows<Bits>().join[kChannels](planes, dst.template as<Bits>(), extent(size));
+  joinPlanes<Layout>(src, dst, size, std::make_index_sequence<kChannels>());
   return zopStatusOk;
 }
 

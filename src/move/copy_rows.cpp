@@ -8,19 +8,13 @@
 // After foreach_target.h, and in this order.
 #include "hwy/highway.h"
 
-#include "core/lanes-inl.h"
+#include "core/channels-inl.h"
 #include "core/row_shapes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zopi {
 namespace HWY_NAMESPACE {
 namespace {
-
-struct Same {
-  static constexpr bool kShort = true;
-  template <class D, class V>
-  HWY_INLINE V operator()(D, V v) const { return v; }
-};
 
 // Rows from here on are left to the C library, which knows the machine's way to move much at once.
 constexpr std::ptrdiff_t kLongRowBytes = 256 << 10;
@@ -46,26 +40,29 @@ void rowCopyMasked(Image<const T> src, Image<T> dst, Extent pixels, Image<const 
   mapMasked<Channels, Colours>(Tag<T>(), dst, pixels, mask, ImageOperand<Tag<T>>{src});
 }
 
-// Moves between layouts. `in` and `out` address the first of N pixels in every image.
-template <int Channels>
+// Moves between layouts. `in` and `out` address the first of N pixels in every image. Those that can stream do so to
+// aligned addresses.
+template <int Channels, class T>
 struct Extract {
-  template <class D, class T>
+  const ThreeChannels<Tag<T>> three;
+  template <class D>
   HWY_INLINE void operator()(D d, const T* const* in, T* const* out) const {
     hn::Vec<D> a, b, c, e;
-    if constexpr (Channels == 3) hn::LoadInterleaved3(d, in[0], a, b, c);
+    if constexpr (Channels == 3) three.load(in[0], a, b, c);
     if constexpr (Channels == 4) hn::LoadInterleaved4(d, in[0], a, b, c, e);
     hn::StoreU(a, d, out[0]);
   }
 };
 
-template <int Channels>
+template <int Channels, class T>
 struct Insert {
-  template <class D, class T>
+  const ThreeChannels<Tag<T>> three;
+  template <class D>
   HWY_INLINE void operator()(D d, const T* const* in, T* const* out) const {
     hn::Vec<D> a, b, c, e;
     if constexpr (Channels == 3) {
-      hn::LoadInterleaved3(d, out[0], a, b, c);
-      hn::StoreInterleaved3(hn::LoadU(d, in[0]), b, c, d, out[0]);
+      three.load(out[0], a, b, c);
+      three.store(hn::LoadU(d, in[0]), b, c, out[0]);
     } else {
       hn::LoadInterleaved4(d, out[0], a, b, c, e);
       hn::StoreInterleaved4(hn::LoadU(d, in[0]), b, c, e, d, out[0]);
@@ -73,31 +70,37 @@ struct Insert {
   }
 };
 
+template <class T>
 struct DropAlpha {
-  template <class D, class T>
+  const ThreeChannels<Tag<T>> three;
+  template <class D>
   HWY_INLINE void operator()(D d, const T* const* in, T* const* out) const {
     hn::Vec<D> a, b, c, alpha;
     hn::LoadInterleaved4(d, in[0], a, b, c, alpha);
-    hn::StoreInterleaved3(a, b, c, d, out[0]);
+    three.store(a, b, c, out[0]);
   }
 };
 
+template <class T>
 struct WidenKeepingAlpha {
-  template <class D, class T>
+  const ThreeChannels<Tag<T>> three;
+  template <class D>
   HWY_INLINE void operator()(D d, const T* const* in, T* const* out) const {
     hn::Vec<D> a, b, c, alpha;
     hn::LoadInterleaved4(d, out[0], a, b, c, alpha);
-    hn::LoadInterleaved3(d, in[0], a, b, c);
+    three.load(in[0], a, b, c);
     hn::StoreInterleaved4(a, b, c, alpha, d, out[0]);
   }
 };
 
-template <int Channels>
+// Three or four streams at once are slower than none.
+template <int Channels, class T>
 struct Split {
-  template <class D, class T>
+  const ThreeChannels<Tag<T>> three;
+  template <class D>
   HWY_INLINE void operator()(D d, const T* const* in, T* const* out) const {
     hn::Vec<D> a, b, c, e;
-    if constexpr (Channels == 3) hn::LoadInterleaved3(d, in[0], a, b, c);
+    if constexpr (Channels == 3) three.load(in[0], a, b, c);
     if constexpr (Channels == 4) {
       hn::LoadInterleaved4(d, in[0], a, b, c, e);
       hn::StoreU(e, d, out[3]);
@@ -108,80 +111,118 @@ struct Split {
   }
 };
 
-template <int Channels>
+template <int Channels, class T>
 struct Join {
-  template <class D, class T>
+  static constexpr bool kStreams = Channels == 3;
+  const ThreeChannels<Tag<T>> three;
+  template <bool kStream = false, class D>
   HWY_INLINE void operator()(D d, const T* const* in, T* const* out) const {
     const auto a = hn::LoadU(d, in[0]), b = hn::LoadU(d, in[1]), c = hn::LoadU(d, in[2]);
-    if constexpr (Channels == 3) hn::StoreInterleaved3(a, b, c, d, out[0]);
+    if constexpr (Channels == 3) three.template store<kStream>(a, b, c, out[0]);
     else hn::StoreInterleaved4(a, b, c, hn::LoadU(d, in[3]), d, out[0]);
   }
 };
 
-// An image of a move: `samples` a pixel, of which the last pixel of a row holds the first `reach`.
+// The images of a move: `samples` a pixel, of which the last pixel of a row holds the first `reach`.
+template <class T, int kCount>
 struct Pixels {
+  const Image<T>* images;
   int samples, reach;
+  T* at[kCount] = {};
+
+  HWY_INLINE void row(std::ptrdiff_t y) {
+    for (int c = 0; c < kCount; ++c) at[c] = images[c].row(y);
+  }
+  HWY_INLINE void seek(std::ptrdiff_t by) {
+    for (int c = 0; c < kCount; ++c) at[c] += by * samples;
+  }
+  HWY_INLINE std::size_t bytes(std::ptrdiff_t pixels) const {
+    return static_cast<std::size_t>((pixels - 1) * samples + reach) * sizeof(T);
+  }
 };
 
-// Runs a move over all pixels, N at a time. The last N overlap those before, for a copy may be made twice; but where
-// an image ends within its last pixel, or has fewer than N, they go through blocks on the stack.
+// N pixels and their images as blocks on the stack, for what does not fill a vector.
 template <class T, int kIn, int kOut, class Move>
-HWY_INLINE void mapPixels(const Move& move, const Image<const T>* in, Pixels inPixels, const Image<T>* out,
-                          Pixels outPixels, Extent pixels) {
+void movePart(Move move, const Pixels<const T, kIn>& in, const Pixels<T, kOut>& out,
+                         std::ptrdiff_t pixels) {
+  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
+  HWY_ALIGN T inBlocks[kIn][4 * N] = {};
+  HWY_ALIGN T outBlocks[kOut][4 * N] = {};
+  const T* from[kIn];
+  T* to[kOut];
+  for (int c = 0; c < kIn; ++c) from[c] = static_cast<T*>(std::memcpy(inBlocks[c], in.at[c], in.bytes(pixels)));
+  for (int c = 0; c < kOut; ++c) to[c] = static_cast<T*>(std::memcpy(outBlocks[c], out.at[c], out.bytes(pixels)));
+  move(Tag<T>(), from, to);
+  for (int c = 0; c < kOut; ++c) std::memcpy(out.at[c], outBlocks[c], out.bytes(pixels));
+}
+
+// The first of N pixels from which on all images are aligned to vectors, or N if there is none.
+template <class T, int kCount>
+HWY_INLINE std::ptrdiff_t alignedPixel(const Pixels<T, kCount>& pixels) {
+  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
+  for (std::ptrdiff_t i = 0; i < N; ++i) {
+    bool aligned = true;
+    for (int c = 0; c < kCount; ++c) aligned = aligned && isAligned(Tag<T>(), pixels.at[c] + i * pixels.samples);
+    if (aligned) return i;
+  }
+  return N;
+}
+
+// Runs a move over all pixels, N at a time. The last N overlap those before, for a copy may be made twice; but where
+// an image ends within its last pixel, or a row has fewer than N, they take the way over the stack. The move goes by
+// value: only then do its tables stay in registers.
+template <class T, int kIn, int kOut, class Move>
+HWY_INLINE void mapPixels(Move move, Pixels<const T, kIn> in, Pixels<T, kOut> out, Extent pixels) {
   const Tag<T> d;
   constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
-  const bool whole = inPixels.samples == inPixels.reach && outPixels.samples == outPixels.reach;
+  const bool whole = in.samples == in.reach && out.samples == out.reach;
   const std::ptrdiff_t n = pixels.length, direct = whole ? n : n - 1;
   for (std::ptrdiff_t y = 0; y < pixels.rows; ++y) {
-    const T* from[kIn];
-    T* to[kOut];
-    const auto seek = [&](std::ptrdiff_t i) HWY_ATTR {
-      for (int c = 0; c < kIn; ++c) from[c] = in[c].row(y) + i * inPixels.samples;
-      for (int c = 0; c < kOut; ++c) to[c] = out[c].row(y) + i * outPixels.samples;
+    in.row(y);
+    out.row(y);
+    std::ptrdiff_t left = n;
+    const auto advance = [&](std::ptrdiff_t by) HWY_ATTR {
+      in.seek(by);
+      out.seek(by);
+      left -= by;
     };
-    std::ptrdiff_t i = 0;
-    for (; i + N <= direct; i += N) {
-      seek(i);
-      move(d, from, to);
+    if constexpr (requires { Move::kStreams; }) {
+      if (Move::kStreams && pixels.stream && n >= 2 * N) {
+        const std::ptrdiff_t head = alignedPixel(out);
+        if (head < N) {
+          if (head > 0) move(d, in.at, out.at);
+          for (advance(head); left >= N; advance(N)) move.template operator()<true>(d, in.at, out.at);
+        }
+      }
     }
-    if (i == n) continue;
+    for (; left - (n - direct) >= N; advance(N)) move(d, in.at, out.at);
+    if (left == 0) continue;
     if (whole && n >= N) {
-      seek(n - N);
-      move(d, from, to);
-      continue;
+      advance(left - N);
+      move(d, in.at, out.at);
+    } else {
+      movePart(move, in, out, left);
     }
-    seek(i);
-    HWY_ALIGN T inBlocks[kIn][4 * N] = {};
-    HWY_ALIGN T outBlocks[kOut][4 * N] = {};
-    const T* blocksIn[kIn];
-    T* blocksOut[kOut];
-    const auto bytes = [&](Pixels p) HWY_ATTR { return ((n - i - 1) * p.samples + p.reach) * sizeof(T); };
-    for (int c = 0; c < kIn; ++c) {
-      std::memcpy(inBlocks[c], from[c], bytes(inPixels));
-      blocksIn[c] = inBlocks[c];
-    }
-    for (int c = 0; c < kOut; ++c) {
-      std::memcpy(outBlocks[c], to[c], bytes(outPixels));
-      blocksOut[c] = outBlocks[c];
-    }
-    move(d, blocksIn, blocksOut);
-    for (int c = 0; c < kOut; ++c) std::memcpy(to[c], outBlocks[c], bytes(outPixels));
   }
+  if (pixels.stream) hwy::FlushStream();
 }
 
 template <class Move, int kInSamples, int kInReach, int kOutSamples, int kOutReach, class T>
 void rowMove(Image<const T> src, Image<T> dst, Extent pixels) {
-  mapPixels<T, 1, 1>(Move(), &src, {kInSamples, kInReach}, &dst, {kOutSamples, kOutReach}, pixels);
+  mapPixels(Move{ThreeChannels<Tag<T>>()}, Pixels<const T, 1>{&src, kInSamples, kInReach},
+            Pixels<T, 1>{&dst, kOutSamples, kOutReach}, pixels);
 }
 
 template <int Channels, class T>
 void rowSplit(Image<const T> src, const Image<T>* planes, Extent pixels) {
-  mapPixels<T, 1, Channels>(Split<Channels>(), &src, {Channels, Channels}, planes, {1, 1}, pixels);
+  mapPixels(Split<Channels, T>{ThreeChannels<Tag<T>>()}, Pixels<const T, 1>{&src, Channels, Channels},
+            Pixels<T, Channels>{planes, 1, 1}, pixels);
 }
 
 template <int Channels, class T>
 void rowJoin(const Image<const T>* planes, Image<T> dst, Extent pixels) {
-  mapPixels<T, Channels, 1>(Join<Channels>(), planes, {1, 1}, &dst, {Channels, Channels}, pixels);
+  mapPixels(Join<Channels, T>{ThreeChannels<Tag<T>>()}, Pixels<const T, Channels>{planes, 1, 1},
+            Pixels<T, 1>{&dst, Channels, Channels}, pixels);
 }
 
 template <class T>
@@ -189,10 +230,10 @@ constexpr CopyRows<T> kTable = {
     rowCopy<T>,
     rowCopyColours<4, 3, T>,
     {nullptr, nullptr, nullptr, rowCopyColours<3, 1, T>, rowCopyColours<4, 1, T>},
-    {nullptr, nullptr, nullptr, rowMove<Extract<3>, 3, 1, 1, 1, T>, rowMove<Extract<4>, 4, 1, 1, 1, T>},
-    {nullptr, nullptr, nullptr, rowMove<Insert<3>, 1, 1, 3, 1, T>, rowMove<Insert<4>, 1, 1, 4, 1, T>},
-    rowMove<DropAlpha, 4, 3, 3, 3, T>,
-    rowMove<WidenKeepingAlpha, 3, 3, 4, 3, T>,
+    {nullptr, nullptr, nullptr, rowMove<Extract<3, T>, 3, 1, 1, 1, T>, rowMove<Extract<4, T>, 4, 1, 1, 1, T>},
+    {nullptr, nullptr, nullptr, rowMove<Insert<3, T>, 1, 1, 3, 1, T>, rowMove<Insert<4, T>, 1, 1, 4, 1, T>},
+    rowMove<DropAlpha<T>, 4, 3, 3, 3, T>,
+    rowMove<WidenKeepingAlpha<T>, 3, 3, 4, 3, T>,
     {nullptr, nullptr, nullptr, rowSplit<3, T>, rowSplit<4, T>},
     {nullptr, nullptr, nullptr, rowJoin<3, T>, rowJoin<4, T>},
     {nullptr, rowCopyMasked<1, 1, T>, nullptr, rowCopyMasked<3, 3, T>, rowCopyMasked<4, 4, T>},

@@ -8,7 +8,6 @@
 // After foreach_target.h, and in this order.
 #include "hwy/highway.h"
 
-#include "core/lanes-inl.h"
 #include "core/row_shapes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -16,14 +15,42 @@ namespace zopi {
 namespace HWY_NAMESPACE {
 namespace {
 
-struct Same {
-  static constexpr bool kShort = true;
-  template <class D, class V>
-  HWY_INLINE V operator()(D, V v) const { return v; }
-};
+// Long rows are left to the C library, which writes lines without reading them first: as one byte again and again, or
+// as copies of a block that stays in the nearest cache.
+constexpr std::ptrdiff_t kLongRowOfBytes = 256 << 10;
+constexpr std::ptrdiff_t kLongRowOfBlocks = 1536 << 10;
+constexpr std::ptrdiff_t kBlockBytes = 24 << 10;
+
+template <class T>
+bool isOneByte(const Pattern<T>& values) {
+  const char* bytes = reinterpret_cast<const char*>(values.samples);
+  return std::memcmp(bytes, bytes + 1, sizeof values.samples - 1) == 0;
+}
+
+template <class T>
+void rowSetBlocks(const Pattern<T>& values, Image<T> dst, Extent e) {
+  constexpr std::ptrdiff_t kSamples = kBlockBytes / sizeof(T);
+  static_assert(kSamples % kPatternSamples == 0);
+  HWY_ALIGN T block[kSamples];
+  mapRows(Tag<T>(), Same(), Image<T>{block, 0}, {kSamples, 1}, PatternOperand<Tag<T>>(values));
+  for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
+    T* row = dst.row(y);
+    for (std::ptrdiff_t i = 0; i < e.length; i += kSamples) {
+      std::memcpy(row + i, block, HWY_MIN(kSamples, e.length - i) * sizeof(T));
+    }
+  }
+}
 
 template <class T>
 void rowSet(const Pattern<T>& values, Image<T> dst, Extent e) {
+  const std::ptrdiff_t bytes = e.length * static_cast<std::ptrdiff_t>(sizeof(T));
+  if (bytes >= kLongRowOfBytes && isOneByte(values)) {
+    for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
+      std::memset(dst.row(y), static_cast<unsigned char>(values.samples[0]), bytes);
+    }
+    return;
+  }
+  if (bytes >= kLongRowOfBlocks) return rowSetBlocks(values, dst, e);
   mapRows(Tag<T>(), Same(), dst, e, PatternOperand<Tag<T>>(values));
 }
 
