@@ -28,11 +28,11 @@ inline constexpr std::ptrdiff_t kStreamBytes = 20 << 20;
 
 // A thread's part of the rows: contiguous, and no two parts differ by more than one row.
 struct Share {
-  std::ptrdiff_t begin, end;
+  int begin, end;
 };
-inline Share share(std::ptrdiff_t rows, int thread, int threads) {
-  const std::ptrdiff_t each = rows / threads, more = rows % threads;
-  const std::ptrdiff_t begin = thread * each + (thread < more ? thread : more);
+inline Share share(int rows, int thread, int threads) {
+  const int each = rows / threads, more = rows % threads;
+  const int begin = thread * each + (thread < more ? thread : more);
   return {begin, begin + each + (thread < more ? 1 : 0)};
 }
 
@@ -50,7 +50,7 @@ std::ptrdiff_t rowBytes(std::ptrdiff_t length, Image<T, Unit>) {
 
 // In place there is nothing to gain from streaming: the line has just been read.
 template <class... I>
-bool inPlace(const I&... images) {
+bool inPlace(I... images) {
   const void* at[] = {images.at...};
   for (std::size_t i = 0; i < sizeof...(I); ++i) {
     for (std::size_t j = 0; j < i; ++j) {
@@ -61,12 +61,12 @@ bool inPlace(const I&... images) {
 }
 
 template <class... I>
-bool streams(Extent e, const I&... images) {
+bool streams(Extent e, I... images) {
   return (rowBytes(e.length, images) + ...) * e.rows >= kStreamBytes && !inPlace(images...);
 }
 
 template <class Body, class... I>
-void band(Extent e, const Body& body, const I&... images) {
+void band(Extent e, const Body& body, I... images) {
   if ((gapFree(e.length, images) && ...)) e = {e.length * e.rows, 1, e.stream};
   body(images..., e);
 }
@@ -75,7 +75,7 @@ void band(Extent e, const Body& body, const I&... images) {
 
 // The whole region on the calling thread.
 template <class Body, class... I>
-void walkSerial(Extent e, const Body& body, const I&... images) {
+void walkSerial(Extent e, const Body& body, I... images) {
   e.stream = walk::streams(e, images...);
   walk::band(e, body, images...);
 }
@@ -83,7 +83,7 @@ void walkSerial(Extent e, const Body& body, const I&... images) {
 // The rows shared by a team where `parallel` holds, else the whole region on the calling thread. A team of one
 // needs no region.
 template <class Body, class... I>
-void walkRows(bool parallel, Extent e, const Body& body, const I&... images) {
+void walkRows(bool parallel, Extent e, const Body& body, I... images) {
   if (!parallel || omp_get_max_threads() == 1) return walkSerial(e, body, images...);
   const bool stream = walk::streams(e, images...);
 #pragma omp parallel
@@ -99,7 +99,7 @@ void walkRows(bool parallel, Extent e, const Body& body, const I&... images) {
 // called once a thread, `body(slice, begin, end)`, and primes its slice at its first row. A failed gate runs
 // the same with a team of one. -9 if there is no memory: then no row was touched.
 template <class Body>
-ZopStatus walkSlices(bool parallel, std::ptrdiff_t rows, int sliceBytes, const Body& body) {
+ZopStatus walkSlices(bool parallel, int rows, int sliceBytes, const Body& body) {
   unsigned char* buffer = nullptr;
 #pragma omp parallel if (parallel)
   {
@@ -125,11 +125,11 @@ ZopStatus walkSlices(bool parallel, std::ptrdiff_t rows, int sliceBytes, const B
 // The rows cut into one band a thread, `body(begin, end)`: all bands are equal but the last, which takes the
 // remainder. A body may be handed an empty band.
 template <class Body>
-void walkBands(std::ptrdiff_t rows, const Body& body) {
+void walkBands(int rows, const Body& body) {
 #pragma omp parallel
   {
     const int thread = omp_get_thread_num(), threads = omp_get_num_threads();
-    const std::ptrdiff_t each = rows / threads;
+    const int each = rows / threads;
     body(thread * each, thread == threads - 1 ? rows : (thread + 1) * each);
   }
 }
