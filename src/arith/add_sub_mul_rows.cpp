@@ -78,8 +78,17 @@ struct Mul {
 
   template <class D, class V>
   static HWY_INLINE Wide<WideTag<D>> exact(D d, V a, V b) {
-    const auto wa = widen(d, a), wb = widen(d, b);
-    return {hn::Mul(wa.even, wb.even), hn::Mul(wa.odd, wb.odd)};
+    if constexpr (sizeof(hn::TFromD<D>) == 1) {
+      const auto wa = widen(d, a), wb = widen(d, b);
+      return {hn::Mul(wa.even, wb.even), hn::Mul(wa.odd, wb.odd)};
+    } else {
+      // The halves of the products, put together where they belong.
+      const WideTag<D> dw;
+      const auto low = hn::Mul(a, b), high = hn::MulHigh(a, b);
+      const auto evenHigh = hn::BitCast(d, hn::ShiftLeft<16>(hn::BitCast(dw, high)));
+      const auto oddLow = hn::BitCast(d, hn::ShiftRight<16>(hn::BitCast(dw, low)));
+      return {hn::BitCast(dw, hn::OddEven(evenHigh, low)), hn::BitCast(dw, hn::OddEven(high, oddLow))};
+    }
   }
   template <class D, class V>
   static HWY_INLINE V saturated(D d, V a, V b) { return narrow(d, exact(d, a, b)); }
@@ -144,7 +153,11 @@ struct Scaled {
     if constexpr (kRoute == kHalve) return Op::halved(d, a, b);
     const int s = shift;
     if constexpr (kRoute == kRound) {
-      return narrow(d, each(Op::exact(d, a, b), [s](auto dw, auto t) HWY_ATTR { return roundingShift(dw, t, s); }));
+      return narrow(d, each(Op::exact(d, a, b), [s](auto dw, auto t) HWY_ATTR {
+        // Only sums of two products fill their lanes.
+        if constexpr (std::is_same_v<Op, MulComplex>) return roundingShift(dw, t, s);
+        else return roundingShiftWithRoom(dw, t, s);
+      }));
     }
     if constexpr (kRoute == kLift) {
       return narrow(d, each(widen(d, Op::saturated(d, a, b)),

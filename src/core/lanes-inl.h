@@ -86,21 +86,29 @@ HWY_INLINE Wide<W> each(Wide<W> v, const F& f) {
   return {f(W(), v.even), f(W(), v.odd)};
 }
 
-// v / 2^shift, rounded to nearest with ties to even. No intermediate leaves the lane.
+// v / 2^shift, rounded to nearest with ties to even, for shift >= 1 and any v: one above the floor if the remainder is
+// above one half, or is one half and the floor odd. No intermediate leaves the lane.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE V roundingShift(D d, V v, int shift) {
   using T = hn::TFromD<D>;
   const auto floor = hn::ShiftRightSame(v, shift);
-  const auto odd = hn::And(floor, hn::Set(d, T{1}));
-  if constexpr (std::is_signed_v<T>) {
-    // For shift >= 1: one above the floor if the remainder is above one half, or is one half and the floor odd.
-    const auto rest = hn::And(v, hn::Set(d, lowBits<T>(shift)));
-    const auto limit = hn::Sub(hn::Set(d, static_cast<T>(T{1} << (shift - 1))), odd);
-    return hn::Sub(floor, hn::VecFromMask(d, hn::Gt(rest, limit)));
-  } else {
-    // For shift >= 2: the averaging instruction adds with a 17th bit, so (v + 2^(shift-1) - 1 + odd) >> 1 is exact.
-    const auto half = hn::Set(d, static_cast<T>((T{1} << (shift - 1)) - 2));
+  const auto rest = hn::And(v, hn::Set(d, lowBits<T>(shift)));
+  const auto limit = hn::Sub(hn::Set(d, static_cast<T>(T{1} << (shift - 1))), hn::And(floor, hn::Set(d, T{1})));
+  return hn::Sub(floor, hn::VecFromMask(d, hn::Gt(rest, limit)));
+}
+
+// The same where v + 2^(shift - 1) stays in the lane. Unsigned 16-bit lanes have one bit more: the averaging instruction
+// adds without loss, for shift >= 2.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V roundingShiftWithRoom(D d, V v, int shift) {
+  using T = hn::TFromD<D>;
+  const auto odd = hn::And(hn::ShiftRightSame(v, shift), hn::Set(d, T{1}));
+  if constexpr (std::is_same_v<T, uint16_t>) {
+    const auto half = hn::Set(d, static_cast<T>((1 << (shift - 1)) - 2));
     return hn::ShiftRightSame(hn::AverageRound(v, hn::Add(half, odd)), shift - 1);
+  } else {
+    const auto half = hn::Set(d, static_cast<T>((T{1} << (shift - 1)) - 1));
+    return hn::ShiftRightSame(hn::Add(v, hn::Add(half, odd)), shift);
   }
 }
 
