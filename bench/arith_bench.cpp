@@ -16,13 +16,14 @@ template <class T>
 void addTwoImages(const std::string& name, int channels, TwoImages<T> function, int scale) {
   const int bytes = channels * static_cast<int>(sizeof(T));
   bench::add(name + "/s" + std::to_string(scale), {bytes, bytes}, {bytes}, [=](const Frame& f) {
-    function(f.source<T>(0), f.sourceStep(0), f.source<T>(1), f.sourceStep(1), f.destination<T>(), f.destinationStep(),
-             f.size, scale);
+    function(f.source<T>(0), f.sourceStep(0), f.source<T>(1), f.sourceStep(1), f.destination<T>(),
+             f.destinationStep(), f.size, scale);
   });
 }
 
 template <class T>
-void addConstant(const std::string& name, ZopStatus (*function)(const T*, int, T, T*, int, ZopImageSize, int), int scale) {
+void addConstant(const std::string& name, ZopStatus (*function)(const T*, int, T, T*, int, ZopImageSize, int),
+                 int scale) {
   bench::add(name + "/s" + std::to_string(scale), {sizeof(T)}, {sizeof(T)}, [=](const Frame& f) {
     function(f.source<T>(0), f.sourceStep(0), T{3}, f.destination<T>(), f.destinationStep(), f.size, scale);
   });

@@ -47,7 +47,8 @@ void copyByStreaming(unsigned char* to, const unsigned char* from, std::size_t b
   const D d;
   const std::size_t head = (kVector - reinterpret_cast<std::uintptr_t>(to) % kVector) % kVector;
   std::memcpy(to, from, std::min(head, bytes));
-  for (std::size_t i = head; i + kVector <= bytes; i += kVector) hn::Stream(hn::LoadU(d, from + i), d, to + i);
+  for (std::size_t i = head; i + kVector <= bytes; i += kVector)
+    hn::Stream(hn::LoadU(d, from + i), d, to + i);
   hwy::FlushStream();
 }
 
@@ -144,11 +145,11 @@ double Frame::secondsOfTraversal(int times) const {
   return best;
 }
 
-void add(const std::string& name, std::vector<int> sourcePixelBytes, std::vector<int> destinationPixelBytes, Call call) {
-  benchmark::RegisterBenchmark(name.c_str(),
-                               [=](benchmark::State& state) {
-                                 runRow(state, sourcePixelBytes, destinationPixelBytes, call);
-                               })
+void add(const std::string& name, std::vector<int> sourcePixelBytes, std::vector<int> destinationPixelBytes,
+         Call call) {
+  benchmark::RegisterBenchmark(
+      name.c_str(),
+      [=](benchmark::State& state) { runRow(state, sourcePixelBytes, destinationPixelBytes, call); })
       ->Args({64, 64})
       ->Args({640, 480})
       ->Args({3840, 2160})

@@ -1,5 +1,6 @@
-// Times a function against the speed of memory: every row runs the call and, in turn with it, a plain traversal of
-// the same buffers. The limit fraction is the traversal's time over the call's: 1 is memory speed.
+// Times a function against the speed of memory: every row runs the call and, in turn with it, a plain
+// traversal of the same buffers. The limit fraction is the traversal's time over the call's: 1 is memory
+// speed.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +18,8 @@ struct Way;
 // The images of a call: what it reads, then what it writes.
 class Frame {
  public:
-  Frame(ZopImageSize size, const std::vector<int>& sourcePixelBytes, const std::vector<int>& destinationPixelBytes);
+  Frame(ZopImageSize size, const std::vector<int>& sourcePixelBytes,
+        const std::vector<int>& destinationPixelBytes);
 
   ZopImageSize size;
 
@@ -32,8 +34,8 @@ class Frame {
   }
   int destinationStep(int i = 0) const { return destinations_[i].step; }
 
-  // Moves as many bytes as the call `times` times: copies, and sums or fills what is left over. The fastest of three
-  // ways counts.
+  // Moves as many bytes as the call `times` times: copies, and sums or fills what is left over. The fastest
+  // of three ways counts.
   double secondsOfTraversal(int times) const;
 
  private:
@@ -51,6 +53,7 @@ class Frame {
 using Call = std::function<void(const Frame& frame)>;
 
 // Registers a row at 64x64, 640x480 and 3840x2160 pixels.
-void add(const std::string& name, std::vector<int> sourcePixelBytes, std::vector<int> destinationPixelBytes, Call call);
+void add(const std::string& name, std::vector<int> sourcePixelBytes, std::vector<int> destinationPixelBytes,
+         Call call);
 
 }  // namespace bench

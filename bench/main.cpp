@@ -22,8 +22,8 @@ void printLimits() {
       frame.secondsOfTraversal(1);
       return moved * times * 1e-9 / frame.secondsOfTraversal(times);
     };
-    std::printf("%12.0f %12.1f %12.1f %12.1f\n", bytes, speed({size, {1}, {1}}, 2 * bytes), speed({size, {1}, {}}, bytes),
-                speed({size, {}, {1}}, bytes));
+    std::printf("%12.0f %12.1f %12.1f %12.1f\n", bytes, speed({size, {1}, {1}}, 2 * bytes),
+                speed({size, {1}, {}}, bytes), speed({size, {}, {1}}, bytes));
   }
 }
 

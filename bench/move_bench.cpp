@@ -21,14 +21,14 @@ void addPlanar(const std::string& type, ZopStatus (*split)(const T*, int, T* con
                ZopStatus (*join)(const T* const*, int, T*, int, ZopImageSize), int channels) {
   const int bytes = sizeof(T);
   const std::string c = std::to_string(channels);
-  bench::add("zopiCopy_" + type + "_C" + c + "P" + c + "R", {channels * bytes}, std::vector<int>(channels, bytes),
-             [=](const Frame& f) {
+  bench::add("zopiCopy_" + type + "_C" + c + "P" + c + "R", {channels * bytes},
+             std::vector<int>(channels, bytes), [=](const Frame& f) {
                T* planes[4];
                for (int p = 0; p < channels; ++p) planes[p] = f.destination<T>(p);
                split(f.source<T>(0), f.sourceStep(0), planes, f.destinationStep(), f.size);
              });
-  bench::add("zopiCopy_" + type + "_P" + c + "C" + c + "R", std::vector<int>(channels, bytes), {channels * bytes},
-             [=](const Frame& f) {
+  bench::add("zopiCopy_" + type + "_P" + c + "C" + c + "R", std::vector<int>(channels, bytes),
+             {channels * bytes}, [=](const Frame& f) {
                const T* planes[4];
                for (int p = 0; p < channels; ++p) planes[p] = f.source<T>(p);
                join(planes, f.sourceStep(0), f.destination<T>(), f.destinationStep(), f.size);
@@ -69,9 +69,8 @@ const bool registered = [] {
   addPlanar("8u", zopiCopy_8u_C4P4R, zopiCopy_8u_P4C4R, 4);
   addPlanar("16s", zopiCopy_16s_C3P3R, zopiCopy_16s_P3C3R, 3);
   addPlanar("32f", zopiCopy_32f_C3P3R, zopiCopy_32f_P3C3R, 3);
-  bench::add("zopiSet_8u_C1R", {}, {1}, [](const Frame& f) {
-    zopiSet_8u_C1R(9, f.destination(), f.destinationStep(), f.size);
-  });
+  bench::add("zopiSet_8u_C1R", {}, {1},
+             [](const Frame& f) { zopiSet_8u_C1R(9, f.destination(), f.destinationStep(), f.size); });
   addFill("zopiSet_8u_C3R", 3, zopiSet_8u_C3R);
   addFill("zopiSet_8u_AC4R", 4, zopiSet_8u_AC4R);
   addFill("zopiSet_32f_C3R", 3, zopiSet_32f_C3R);

@@ -19,7 +19,8 @@ Exact saturate(Exact t, Exact lowest, Exact highest) { return std::clamp(t, lowe
 
 // t * 2^-s, rounded to nearest with ties to even. Beyond 100 in either direction nothing changes any more.
 Exact scaled(Exact t, int s) {
-  if (s < 0) return saturate(t, -(Exact{1} << 62), Exact{1} << 62) * (Exact{1} << std::min(-std::max(s, -100), 60));
+  if (s < 0)
+    return saturate(t, -(Exact{1} << 62), Exact{1} << 62) * (Exact{1} << std::min(-std::max(s, -100), 60));
   if (s == 0) return t;
   if (s > 100) return 0;
   const Exact unit = Exact{1} << s;
@@ -66,7 +67,9 @@ ZopStatus reference(const Call& call, bool complex) {
     Pair p = {view.get<T>(x, y, c), 0};
     if (complex) {
       T both[2];
-      struct Bytes { unsigned char b[2 * sizeof(T)]; };
+      struct Bytes {
+        unsigned char b[2 * sizeof(T)];
+      };
       const Bytes bytes = view.get<Bytes>(x, y, c);
       std::memcpy(both, &bytes, sizeof both);
       p = {both[0], both[1]};
@@ -94,7 +97,9 @@ ZopStatus reference(const Call& call, bool complex) {
                                               std::numeric_limits<T>::min(), std::numeric_limits<T>::max()));
         }
         if (complex) {
-          struct Bytes { T b[2]; } bytes = {{result[0], result[1]}};
+          struct Bytes {
+            T b[2];
+          } bytes = {{result[0], result[1]}};
           out.set(x, y, c, bytes);
         } else {
           out.set(x, y, c, result[0]);
@@ -126,8 +131,10 @@ TEST_P(ScaledArithmetic, EqualsTheReferenceAtEveryShape) {
       int next = 0;
       for (const sweep::Shape& shape : shapes) {
         options.parameters.clear();
-        if (next % 16 == 0) for (const int s : scales) options.parameters.push_back({s});
-        else options.parameters = {{scales[next % scales.size()]}, {scales[(next * 7 + 3) % scales.size()]}};
+        if (next % 16 == 0)
+          for (const int s : scales) options.parameters.push_back({s});
+        else
+          options.parameters = {{scales[next % scales.size()]}, {scales[(next * 7 + 3) % scales.size()]}};
         ++next;
         sweep::run(*f, options, referenceFor(*f), {shape});
         if (HasFailure()) return;
@@ -141,7 +148,8 @@ TEST_P(ScaledArithmetic, EqualsTheReferenceAtEveryScale) {
   for (int s = -70; s <= 70; ++s) scales.push_back({s});
   for (const int s : {INT32_MIN, INT32_MIN + 1, INT32_MAX}) scales.push_back({s});
   for (const registry::Function* f : sweep::functionsOf(GetParam())) {
-    sweep::Options options{scales, {{}, {0, 0, 0, 0, 0, 0, 0, 0}, {1, 0, 0, 0}, {0, 0x80, 0, 0x80, 0, 0x80, 0, 0x80}}};
+    sweep::Options options{
+        scales, {{}, {0, 0, 0, 0, 0, 0, 0, 0}, {1, 0, 0, 0}, {0, 0x80, 0, 0x80, 0, 0x80, 0, 0x80}}};
     sweep::run(*f, options, referenceFor(*f), {{70, 2, 4, {}}});
     if (HasFailure()) return;
   }
@@ -158,7 +166,8 @@ TEST(ScaledArithmeticExhaustive, AllPairsOfBytes) {
     a[i] = static_cast<Zop8u>(i);
     b[i] = static_cast<Zop8u>(i >> 8);
   }
-  const auto functions = {std::pair{'A', &zopiAdd_8u_C1RSfs}, {'S', &zopiSub_8u_C1RSfs}, {'M', &zopiMul_8u_C1RSfs}};
+  const auto functions = {
+      std::pair{'A', &zopiAdd_8u_C1RSfs}, {'S', &zopiSub_8u_C1RSfs}, {'M', &zopiMul_8u_C1RSfs}};
   for (const auto& [operation, function] : functions) {
     for (int s = -9; s <= 17; ++s) {
       ASSERT_EQ(zopStatusOk, function(a.data(), 256, b.data(), 256, out.data(), 256, {256, 256}, s));
@@ -171,7 +180,8 @@ TEST(ScaledArithmeticExhaustive, AllPairsOfBytes) {
   }
 }
 
-// The halving of 16-bit sums stays in 16-bit lanes: all differences and parities near the ends, and a lattice between.
+// The halving of 16-bit sums stays in 16-bit lanes: all differences and parities near the ends, and a lattice
+// between.
 TEST(ScaledArithmeticExhaustive, HalvedSumsOf16s) {
   std::vector<Zop16s> grid;
   for (int v = -32768; v <= 32767; v += (v < -32700 || v > 32690 || (v > -60 && v < 60)) ? 1 : 127) {
@@ -181,8 +191,10 @@ TEST(ScaledArithmeticExhaustive, HalvedSumsOf16s) {
   std::vector<Zop16s> other(n), out(n);
   for (const Zop16s value : grid) {
     std::fill(other.begin(), other.end(), value);
-    ASSERT_EQ(zopStatusOk, zopiAdd_16s_C1RSfs(grid.data(), 2 * n, other.data(), 2 * n, out.data(), 2 * n, {n, 1}, 1));
-    for (int i = 0; i < n; ++i) ASSERT_EQ(static_cast<int>(scaled(grid[i] + value, 1)), out[i]) << grid[i] << " " << value;
+    ASSERT_EQ(zopStatusOk,
+              zopiAdd_16s_C1RSfs(grid.data(), 2 * n, other.data(), 2 * n, out.data(), 2 * n, {n, 1}, 1));
+    for (int i = 0; i < n; ++i)
+      ASSERT_EQ(static_cast<int>(scaled(grid[i] + value, 1)), out[i]) << grid[i] << " " << value;
   }
 }
 
@@ -198,7 +210,8 @@ TEST(ScaledArithmetic32sc, TruncatingRouteRoundsLargeProductsFirst) {
   EXPECT_EQ(6, image[3].im);
 }
 
-// Results that are known without the source leave it unread, and results that are the destination leave it unwritten.
+// Results that are known without the source leave it unread, and results that are the destination leave it
+// unwritten.
 TEST(ScaledArithmeticShortCuts, NeitherReadNorWriteWhatTheyNeedNot) {
   std::mt19937 random(1);
   guarded::Block unreadable(1);
@@ -223,10 +236,12 @@ TEST(ScaledArithmeticLarge, StreamedRowsEqualShortOnes) {
     a[i] = static_cast<Zop8u>(random());
     b[i] = static_cast<Zop8u>(random());
   }
-  ASSERT_EQ(zopStatusOk, zopiAdd_8u_C1RSfs(a.data(), kStep, b.data(), kStep, out.data(), kStep, {kWidth, kHeight}, 1));
+  ASSERT_EQ(zopStatusOk,
+            zopiAdd_8u_C1RSfs(a.data(), kStep, b.data(), kStep, out.data(), kStep, {kWidth, kHeight}, 1));
   const Zop8u value[3] = {200, 3, 77};
   std::vector<Zop8u> sums(a.size(), 7);
-  ASSERT_EQ(zopStatusOk, zopiAddC_8u_C3RSfs(a.data(), kStep, value, sums.data(), kStep, {kWidth / 3, kHeight}, 0));
+  ASSERT_EQ(zopStatusOk,
+            zopiAddC_8u_C3RSfs(a.data(), kStep, value, sums.data(), kStep, {kWidth / 3, kHeight}, 0));
   for (int y = 0; y < kHeight; ++y) {
     for (int x = 0; x < kStep; ++x) {
       const int i = y * kStep + x, t = a[i] + b[i];

@@ -1,5 +1,5 @@
-// Every function of the registry with every bad argument, and with every two, three and four of them at once: the
-// status tells the order of the checks, and no byte is written.
+// Every function of the registry with every bad argument, and with every two, three and four of them at once:
+// the status tells the order of the checks, and no byte is written.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -50,7 +50,8 @@ std::vector<Spoiler> spoilers(const Function& function) {
     if (a.isPointer()) result.push_back({i, {true, false, false, false}, Value(static_cast<void*>(nullptr))});
     for (int p = 0; p < a.planes; ++p) result.push_back({i, {true, false, false, false}, {}, p});
     if (a.role == Role::Step) {
-      for (const int step : {0, -1, INT32_MIN}) result.push_back({i, {false, false, false, true}, Value(step)});
+      for (const int step : {0, -1, INT32_MIN})
+        result.push_back({i, {false, false, false, true}, Value(step)});
     }
     if (a.role == Role::Size) {
       for (const ZopImageSize size : {ZopImageSize{0, 3}, {-7, 3}, {5, 0}, {5, INT32_MIN}, {0, 0}}) {
@@ -62,8 +63,10 @@ std::vector<Spoiler> spoilers(const Function& function) {
 }
 
 void spoil(Arguments& arguments, const Spoiler& s, Badness& bad) {
-  if (s.plane >= 0) arguments.planes(s.argument)[s.plane] = nullptr;
-  else arguments.values[s.argument] = s.value;
+  if (s.plane >= 0)
+    arguments.planes(s.argument)[s.plane] = nullptr;
+  else
+    arguments.values[s.argument] = s.value;
   bad.pointer |= s.badness.pointer;
   bad.width |= s.badness.width;
   bad.height |= s.badness.height;
@@ -80,8 +83,8 @@ TEST(ArgumentSweep, EveryFunctionChecksInItsOrder) {
       for (const Spoiler* s : chosen) spoil(arguments, *s, bad);
       ++calls;
       ASSERT_EQ(expected(function, bad), function.invoke(arguments.values.data()))
-          << function.name << ": pointer " << bad.pointer << " width " << bad.width << " height " << bad.height
-          << " step " << bad.step;
+          << function.name << ": pointer " << bad.pointer << " width " << bad.width << " height "
+          << bad.height << " step " << bad.step;
       ASSERT_TRUE(arguments.untouched()) << function.name << " wrote after a failed check";
     };
     for (const Spoiler& first : all) {

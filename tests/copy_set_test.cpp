@@ -5,6 +5,7 @@
 #include <string>
 
 #include "support/sweep.h"
+#include "support/targets.h"
 #include "zopi.h"
 
 namespace {
@@ -20,8 +21,10 @@ ZopStatus reference(const Call& call) {
   const bool fills = std::string(f.operation) == "Set", ofInterest = f.has(registry::kChannelOfInterest);
   const View& out = call.destination;
   int written = out.planes > 0 ? out.planes : out.samples;
-  if (ofInterest || from == "C1" || to == "C1") written = 1;
-  else if (from == "AC4" || to == "AC4") written = 3;
+  if (ofInterest || from == "C1" || to == "C1")
+    written = 1;
+  else if (from == "AC4" || to == "AC4")
+    written = 3;
   for (int y = 0; y < call.size.height; ++y) {
     for (int x = 0; x < call.size.width; ++x) {
       if (f.has(registry::kMasked) && call.mask.get<Zop8u>(x, y) == 0) continue;
@@ -42,7 +45,9 @@ TEST_P(Moves, EqualTheReferenceAtEveryShape) {
     if (!everyShape) return;  // no threads here
     for (const registry::Function* f : sweep::functionsOf(GetParam())) {
       const std::string type = f->sourceType;
-      const auto plain = type == "8u" ? reference<Zop8u> : type == "16s" ? reference<Zop16s> : reference<std::uint32_t>;
+      const auto plain = type == "8u"    ? reference<Zop8u>
+                         : type == "16s" ? reference<Zop16s>
+                                         : reference<std::uint32_t>;
       sweep::run(*f, {}, plain, sweep::shapes(*f));
       if (HasFailure()) return;
     }
@@ -70,28 +75,30 @@ TEST(MovesLarge, LongAndStreamedCopies) {
 
 // Alpha that another thread owns: it changes while the colours are copied and filled, and no change is lost.
 TEST(MovesConcurrency, UntouchedAlphaBelongsToOthers) {
-  constexpr int kPixels = 1000, kRounds = 300;
-  std::vector<Zop8u> from(4 * kPixels, 5), image(4 * kPixels, 0);
-  const Zop8u colours[3] = {1, 2, 3};
-  int lost = 0;
+  targets::forEach([](const std::string& name) {
+    constexpr int kPixels = 1000, kRounds = 300;
+    std::vector<Zop8u> from(4 * kPixels, 5), image(4 * kPixels, 0);
+    const Zop8u colours[3] = {1, 2, 3};
+    int lost = 0;
 #pragma omp parallel sections num_threads(2)
-  {
+    {
 #pragma omp section
-    for (int i = 0; i < kRounds; ++i) {
-      zopiCopy_8u_AC4R(from.data(), 4 * kPixels, image.data(), 4 * kPixels, {kPixels, 1});
-      zopiSet_8u_AC4R(colours, image.data(), 4 * kPixels, {kPixels, 1});
-      zopiSet_8u_C4CR(9, image.data() + 1, 4 * kPixels, {kPixels, 1});
-    }
+      for (int i = 0; i < kRounds; ++i) {
+        zopiCopy_8u_AC4R(from.data(), 4 * kPixels, image.data(), 4 * kPixels, {kPixels, 1});
+        zopiSet_8u_AC4R(colours, image.data(), 4 * kPixels, {kPixels, 1});
+        zopiSet_8u_C4CR(9, image.data() + 1, 4 * kPixels, {kPixels, 1});
+      }
 #pragma omp section
-    for (int i = 0; i < kRounds; ++i) {
-      for (int p = 0; p < kPixels; ++p) {
-        volatile Zop8u& alpha = image[4 * p + 3];
-        lost += alpha != static_cast<Zop8u>(i);
-        alpha = static_cast<Zop8u>(i + 1);
+      for (int i = 0; i < kRounds; ++i) {
+        for (int p = 0; p < kPixels; ++p) {
+          volatile Zop8u& alpha = image[4 * p + 3];
+          lost += alpha != static_cast<Zop8u>(i);
+          alpha = static_cast<Zop8u>(i + 1);
+        }
       }
     }
-  }
-  EXPECT_EQ(0, lost);
+    EXPECT_EQ(0, lost) << "on " << name;
+  });
 }
 
 }  // namespace

@@ -91,7 +91,9 @@ TEST(Magnitudes, EqualTheReferenceAtEveryShape) {
       std::vector<sweep::Shape> shapes = sweep::shapes(*f);
       // C1 and C3 advance by whole samples, which the hand case below looks at.
       for (sweep::Shape& shape : shapes) shape.padding -= shape.padding % 4;
-      sweep::run(*f, {}, std::strcmp(f->sourceType, "16s") == 0 ? magnitudes<Zop16s> : magnitudes<std::uint32_t>, shapes);
+      sweep::run(*f, {},
+                 std::strcmp(f->sourceType, "16s") == 0 ? magnitudes<Zop16s> : magnitudes<std::uint32_t>,
+                 shapes);
     }
   });
 }

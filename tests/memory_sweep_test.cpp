@@ -1,7 +1,8 @@
-// The memory sweep: every function with the allocator failing at its first, second ... call, until it succeeds.
+// The memory sweep: every function with the allocator failing at its first, second ... call, until it
+// succeeds.
 //
-// This program's malloc and free stand before the C library's for the whole process; they count and refuse only what
-// comes from the library under test.
+// This program's malloc and free stand before the C library's for the whole process; they count and refuse
+// only what comes from the library under test.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 

@@ -24,12 +24,15 @@ TEST_P(Teams, RowsAreSharedWithoutGapOrOverlap) {
   for (const int height : {1, 2, 4, 5, 17}) {
     std::vector<unsigned char> image(height * 10);
     std::atomic<int> bands = 0;
-    walkRows(true, {7, height}, [&](Image<unsigned char> rows, Extent e) {
-      ++bands;
-      for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
-        for (std::ptrdiff_t x = 0; x < e.length; ++x) ++rows.row(y)[x];
-      }
-    }, Image<unsigned char>{image.data(), 10});
+    walkRows(
+        true, {7, height},
+        [&](Image<unsigned char> rows, Extent e) {
+          ++bands;
+          for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
+            for (std::ptrdiff_t x = 0; x < e.length; ++x) ++rows.row(y)[x];
+          }
+        },
+        Image<unsigned char>{image.data(), 10});
     for (std::size_t i = 0; i < image.size(); ++i) ASSERT_EQ(i % 10 < 7 ? 1 : 0, image[i]);
     EXPECT_EQ(std::min(GetParam(), height), bands);
   }
@@ -38,7 +41,8 @@ TEST_P(Teams, RowsAreSharedWithoutGapOrOverlap) {
 TEST_P(Teams, SlicesBelongToOneThreadAndPartsDifferByOneRow) {
   std::mutex mutex;
   std::vector<Part> parts;
-  EXPECT_EQ(zopStatusOk, walkSlices(true, 7, 100, [&](unsigned char* slice, std::ptrdiff_t begin, std::ptrdiff_t end) {
+  EXPECT_EQ(zopStatusOk,
+            walkSlices(true, 7, 100, [&](unsigned char* slice, std::ptrdiff_t begin, std::ptrdiff_t end) {
               for (int i = 0; i < 100; ++i) slice[i] = static_cast<unsigned char>(begin);
               const std::lock_guard lock(mutex);
               parts.emplace_back(begin, end);
@@ -85,7 +89,8 @@ TEST(Walk, FoldsRegionsWithoutGaps) {
   std::vector<unsigned char> image(60);
   const auto rowsOf = [&](Extent e, auto... images) {
     std::ptrdiff_t rows = 0;
-    walkSerial(e, [&](auto... rest) { rows = std::get<sizeof...(rest) - 1>(std::tuple(rest...)).rows; }, images...);
+    walkSerial(
+        e, [&](auto... rest) { rows = std::get<sizeof...(rest) - 1>(std::tuple(rest...)).rows; }, images...);
     return rows;
   };
   const Image<unsigned char> gapFree = {image.data(), 10}, gaps = {image.data(), 12};

@@ -1,8 +1,8 @@
 // Scaled sums, differences and products of integers: which route a call takes.
 //
-// The exact result t is multiplied by 2^-scaleFactor, rounded to nearest with ties to even, and saturated. The
-// scale factor picks the route once per call; beyond a limit that follows from the largest |t| every result is 0
-// and the source need not be read.
+// The exact result t is multiplied by 2^-scaleFactor, rounded to nearest with ties to even, and saturated.
+// The scale factor picks the route once per call; beyond a limit that follows from the largest |t| every
+// result is 0 and the source need not be read.
 
 #include <algorithm>
 #include <limits>
@@ -68,9 +68,9 @@ Step truncatingStep(int scaleFactor) {
   return {kTruncate, scaleFactor % 32};
 }
 
-// What decides on threads: the operation and its form, and the step taken. Most paths always share their rows;
-// the ones listed here only where the region passes the gate of its type. The complex types are serial, as are
-// forms with alpha and constant forms of four channels.
+// What decides on threads: the operation and its form, and the step taken. Most paths always share their
+// rows; the ones listed here only where the region passes the gate of its type. The complex types are serial,
+// as are forms with alpha and constant forms of four channels.
 struct GatedPath {
   ScaledOperation operation;
   bool constant;
@@ -78,21 +78,22 @@ struct GatedPath {
   bool direct, halved, rounded;
 };
 constexpr GatedPath kGated8u[] = {
-    {kAdd, true, InPlace, false, true, true},   {kSub, true, InPlace, false, true, true},
-    {kAdd, false, InPlace, false, false, true}, {kSub, false, InPlace, false, false, true},
-    {kMul, true, InPlace, false, false, true},  {kMul, false, InPlace, false, true, true},
+    {kAdd, true, InPlace, false, true, true},     {kSub, true, InPlace, false, true, true},
+    {kAdd, false, InPlace, false, false, true},   {kSub, false, InPlace, false, false, true},
+    {kMul, true, InPlace, false, false, true},    {kMul, false, InPlace, false, true, true},
     {kMul, false, OutOfPlace, false, true, true},
 };
 constexpr GatedPath kGated16s[] = {
-    {kAdd, true, InPlace, false, true, true},     {kMul, true, InPlace, false, true, true},
-    {kSub, true, InPlace, false, true, false},    {kAdd, true, OutOfPlace, true, true, true},
-    {kSub, true, OutOfPlace, true, true, true},   {kAdd, false, OutOfPlace, true, true, true},
-    {kSub, false, OutOfPlace, true, true, true},  {kSub, false, InPlace, false, true, true},
-    {kMul, false, InPlace, false, true, true},    {kMul, false, OutOfPlace, false, true, true},
+    {kAdd, true, InPlace, false, true, true},    {kMul, true, InPlace, false, true, true},
+    {kSub, true, InPlace, false, true, false},   {kAdd, true, OutOfPlace, true, true, true},
+    {kSub, true, OutOfPlace, true, true, true},  {kAdd, false, OutOfPlace, true, true, true},
+    {kSub, false, OutOfPlace, true, true, true}, {kSub, false, InPlace, false, true, true},
+    {kMul, false, InPlace, false, true, true},   {kMul, false, OutOfPlace, false, true, true},
 };
 
 template <std::size_t Count>
-constexpr GatedPath gatedPath(const GatedPath (&paths)[Count], ScaledOperation operation, bool constant, Form form) {
+constexpr GatedPath gatedPath(const GatedPath (&paths)[Count], ScaledOperation operation, bool constant,
+                              Form form) {
   for (const GatedPath& path : paths) {
     if (path.operation == operation && path.constant == constant && path.form == form) return path;
   }
@@ -117,8 +118,8 @@ struct RealLayout {
   static constexpr int colours = Layout::colours * Components<T>::count;
 };
 template <class Layout, class T>
-constexpr Pattern<typename Components<T>::Real> kWritten =
-    writtenSamples<typename Components<T>::Real, RealLayout<Layout, T>::channels, RealLayout<Layout, T>::colours>();
+constexpr Pattern<typename Components<T>::Real> kWritten = writtenSamples<
+    typename Components<T>::Real, RealLayout<Layout, T>::channels, RealLayout<Layout, T>::colours>();
 
 template <class Layout, class T>
 void setZero(Image<T> out, ZopImageSize size) {
@@ -132,7 +133,8 @@ void setZero(Image<T> out, ZopImageSize size) {
 }
 
 template <class Op, class Layout, Form kForm, class T>
-ZopStatus withImage(Image<const T> a, std::type_identity_t<Image<const T>> b, Image<T> out, ZopImageSize size, int scaleFactor) {
+ZopStatus withImage(Image<const T> a, std::type_identity_t<Image<const T>> b, Image<T> out, ZopImageSize size,
+                    int scaleFactor) {
   using Real = typename Components<T>::Real;
   constexpr ScaledOperation operation = kOperation<Op, T>;
   constexpr bool keepsAlpha = std::is_same_v<Layout, AC4>;
@@ -149,23 +151,29 @@ ZopStatus withImage(Image<const T> a, std::type_identity_t<Image<const T>> b, Im
   const ScaledRows<Real>& rows = scaledTable<Real>().rows[operation][step.route];
 
   if constexpr (keepsAlpha) {
-    walkSerial(e, [&](Image<const Real> p, Image<const Real> q, Image<Real> r, Extent band) {
-      rows.imageKeeping(p, q, r, band, step.shift, kWritten<Layout, T>);
-    }, first, second, result);
+    walkSerial(
+        e,
+        [&](Image<const Real> p, Image<const Real> q, Image<Real> r, Extent band) {
+          rows.imageKeeping(p, q, r, band, step.shift, kWritten<Layout, T>);
+        },
+        first, second, result);
   } else {
-    const bool parallel =
-        !kIsComplex<T> &&
-        sharesRows<T, operation, false, kForm>(step.route, {static_cast<int>(e.length), size.height});
-    walkRows(parallel, e, [&](Image<const Real> p, Image<const Real> q, Image<Real> r, Extent band) {
-      rows.image(p, q, r, band, step.shift);
-    }, first, second, result);
+    const bool parallel = !kIsComplex<T> && sharesRows<T, operation, false, kForm>(
+                                                step.route, {static_cast<int>(e.length), size.height});
+    walkRows(
+        parallel, e,
+        [&](Image<const Real> p, Image<const Real> q, Image<Real> r, Extent band) {
+          rows.image(p, q, r, band, step.shift);
+        },
+        first, second, result);
   }
   return zopStatusOk;
 }
 
 // One-channel calls whose result needs no arithmetic: true if the call is done.
 template <class Op, Form kForm, class T>
-bool shortCut(std::type_identity_t<Image<const T>> source, T value, Image<T> out, ZopImageSize size, int scaleFactor) {
+bool shortCut(std::type_identity_t<Image<const T>> source, T value, Image<T> out, ZopImageSize size,
+              int scaleFactor) {
   constexpr bool multiplies = std::is_same_v<Op, Mul>;
   const bool keepsSamples = scaleFactor == 0 && value == (multiplies ? 1 : 0);
   if (keepsSamples) {
@@ -185,8 +193,9 @@ bool shortCut(std::type_identity_t<Image<const T>> source, T value, Image<T> out
 }
 
 template <class Op, class Layout, Form kForm, class T>
-ZopStatus withPattern(std::type_identity_t<Image<const T>> source, const Pattern<typename Components<T>::Real>& constant, Image<T> out,
-                      ZopImageSize size, int scaleFactor) {
+ZopStatus withPattern(std::type_identity_t<Image<const T>> source,
+                      const Pattern<typename Components<T>::Real>& constant, Image<T> out, ZopImageSize size,
+                      int scaleFactor) {
   using Real = typename Components<T>::Real;
   constexpr ScaledOperation operation = kOperation<Op, T>;
   constexpr bool keepsAlpha = std::is_same_v<Layout, AC4>;
@@ -203,16 +212,23 @@ ZopStatus withPattern(std::type_identity_t<Image<const T>> source, const Pattern
   const Image<Real> result = out.template as<Real>();
 
   if constexpr (keepsAlpha) {
-    walkSerial(e, [&](Image<const Real> p, Image<Real> r, Extent band) {
-      rows.constantKeeping(constant, p, r, band, step.shift, kWritten<Layout, T>);
-    }, operand, result);
+    walkSerial(
+        e,
+        [&](Image<const Real> p, Image<Real> r, Extent band) {
+          rows.constantKeeping(constant, p, r, band, step.shift, kWritten<Layout, T>);
+        },
+        operand, result);
   } else {
-    const bool parallel = !kIsComplex<T> && (std::is_same_v<Layout, C3> ||
-                                             (std::is_same_v<Layout, C1> &&
-                                              sharesRows<T, operation, true, kForm>(step.route, size)));
-    walkRows(parallel, e, [&](Image<const Real> p, Image<Real> r, Extent band) {
-      rows.constant(constant, p, r, band, step.shift);
-    }, operand, result);
+    const bool parallel =
+        !kIsComplex<T> &&
+        (std::is_same_v<Layout, C3> ||
+         (std::is_same_v<Layout, C1> && sharesRows<T, operation, true, kForm>(step.route, size)));
+    walkRows(
+        parallel, e,
+        [&](Image<const Real> p, Image<Real> r, Extent band) {
+          rows.constant(constant, p, r, band, step.shift);
+        },
+        operand, result);
   }
   return zopStatusOk;
 }
@@ -223,7 +239,8 @@ Pattern<typename Components<T>::Real> componentPattern(const T* values) {
 }
 
 template <class Op, class Layout, Form kForm, class T>
-ZopStatus withConstant(std::type_identity_t<Image<const T>> source, T value, Image<T> out, ZopImageSize size, int scaleFactor) {
+ZopStatus withConstant(std::type_identity_t<Image<const T>> source, T value, Image<T> out, ZopImageSize size,
+                       int scaleFactor) {
   if constexpr (!kIsComplex<T>) {
     if (shortCut<Op, kForm>(source, value, out, size, scaleFactor)) return zopStatusOk;
   }
@@ -231,8 +248,8 @@ ZopStatus withConstant(std::type_identity_t<Image<const T>> source, T value, Ima
 }
 
 template <class Op, class Layout, Form kForm, class T>
-ZopStatus withConstant(std::type_identity_t<Image<const T>> source, const T* values, Image<T> out, ZopImageSize size,
-                       int scaleFactor) {
+ZopStatus withConstant(std::type_identity_t<Image<const T>> source, const T* values, Image<T> out,
+                       ZopImageSize size, int scaleFactor) {
   return withPattern<Op, Layout, kForm>(source, componentPattern<Layout>(values), out, size, scaleFactor);
 }
 

@@ -14,8 +14,8 @@ namespace zopi {
 namespace HWY_NAMESPACE {
 namespace {
 
-// Operations. `exact` is the wide result; `saturated` the result held to the sample's range, which is all that
-// shifting left needs; `halved` the exact result over 2, where there is a shorter way than rounding.
+// Operations. `exact` is the wide result; `saturated` the result held to the sample's range, which is all
+// that shifting left needs; `halved` the exact result over 2, where there is a shorter way than rounding.
 
 struct Add {
   static constexpr bool kShort = true;
@@ -29,10 +29,13 @@ struct Add {
   }
   template <class D, class V>
   static HWY_INLINE V saturated(D d, V a, V b) {
-    if constexpr (sizeof(hn::TFromD<D>) < 4) return hn::SaturatedAdd(a, b);
-    else return narrow(d, exact(d, a, b));
+    if constexpr (sizeof(hn::TFromD<D>) < 4)
+      return hn::SaturatedAdd(a, b);
+    else
+      return narrow(d, exact(d, a, b));
   }
-  // The floor of the average fits the lane; a tie (the operands differ in the lowest bit) goes up where it is odd.
+  // The floor of the average fits the lane; a tie (the operands differ in the lowest bit) goes up where it is
+  // odd.
   template <class D, class V>
   static HWY_INLINE V halved(D d, V a, V b) {
     a = inRegister(a);
@@ -62,8 +65,10 @@ struct Sub {
   }
   template <class D, class V>
   static HWY_INLINE V saturated(D d, V a, V b) {
-    if constexpr (sizeof(hn::TFromD<D>) < 4) return hn::SaturatedSub(b, a);
-    else return narrow(d, exact(d, a, b));
+    if constexpr (sizeof(hn::TFromD<D>) < 4)
+      return hn::SaturatedSub(b, a);
+    else
+      return narrow(d, exact(d, a, b));
   }
   template <class D, class V>
   static HWY_INLINE V halved(D d, V a, V b) {
@@ -91,12 +96,14 @@ struct Mul {
     }
   }
   template <class D, class V>
-  static HWY_INLINE V saturated(D d, V a, V b) { return narrow(d, exact(d, a, b)); }
+  static HWY_INLINE V saturated(D d, V a, V b) {
+    return narrow(d, exact(d, a, b));
+  }
   template <class D, class V>
   static HWY_INLINE V halved(D d, V a, V b) {
     return narrow(d, each(exact(d, a, b), [](auto dw, auto t) HWY_ATTR {
-      return hn::ShiftRight<1>(hn::Add(t, hn::And(hn::ShiftRight<1>(t), hn::Set(dw, 1))));
-    }));
+                    return hn::ShiftRight<1>(hn::Add(t, hn::And(hn::ShiftRight<1>(t), hn::Set(dw, 1))));
+                  }));
   }
 };
 
@@ -119,14 +126,16 @@ struct MulComplex {
       re = hn::Sub(hn::Mul(wa.even, wb.even), hn::Mul(wa.odd, wb.odd));
       im = hn::Add(hn::Mul(wa.even, wb.odd), hn::Mul(wa.odd, wb.even));
     }
-    // One sum leaves the lane, that of two equal largest products, and wraps to the lowest value, which no true
-    // sum takes.
+    // One sum leaves the lane, that of two equal largest products, and wraps to the lowest value, which no
+    // true sum takes.
     using T = hn::TFromD<decltype(dw)>;
     const auto lowest = hn::Set(dw, std::numeric_limits<T>::min());
     return {re, hn::IfThenElse(hn::Eq(im, lowest), hn::Set(dw, std::numeric_limits<T>::max()), im)};
   }
   template <class D, class V>
-  static HWY_INLINE V saturated(D d, V a, V b) { return narrow(d, exact(d, a, b)); }
+  static HWY_INLINE V saturated(D d, V a, V b) {
+    return narrow(d, exact(d, a, b));
+  }
 };
 
 // A 64-bit integer as the truncating route sees it: rounded to double, divided, held to the range of 32s and
@@ -154,10 +163,12 @@ struct Scaled {
     const int s = shift;
     if constexpr (kRoute == kRound) {
       return narrow(d, each(Op::exact(d, a, b), [s](auto dw, auto t) HWY_ATTR {
-        // Only sums of two products fill their lanes.
-        if constexpr (std::is_same_v<Op, MulComplex>) return roundingShift(dw, t, s);
-        else return roundingShiftWithRoom(dw, t, s);
-      }));
+                      // Only sums of two products fill their lanes.
+                      if constexpr (std::is_same_v<Op, MulComplex>)
+                        return roundingShift(dw, t, s);
+                      else
+                        return roundingShiftWithRoom(dw, t, s);
+                    }));
     }
     if constexpr (kRoute == kLift) {
       return narrow(d, each(widen(d, Op::saturated(d, a, b)),
@@ -165,9 +176,11 @@ struct Scaled {
     }
     if constexpr (kRoute == kTruncate) {
       return narrow(d, each(Op::exact(d, a, b), [s](auto dw, auto t) HWY_ATTR {
-        if constexpr (sizeof(hn::TFromD<decltype(dw)>) == 8) return truncateThroughDouble(dw, t, s);
-        else return truncatingShift(dw, t, s);
-      }));
+                      if constexpr (sizeof(hn::TFromD<decltype(dw)>) == 8)
+                        return truncateThroughDouble(dw, t, s);
+                      else
+                        return truncatingShift(dw, t, s);
+                    }));
     }
   }
 };
@@ -208,7 +221,8 @@ constexpr void fill(ScaledRows<T> (&rows)[kScaleRoutes]) {
   rows[kSaturate] = {imageRows<Saturate, T>, nullptr, constantRows<Saturate, T>, nullptr};
   rows[kHalve] = {imageRows<Halve, T>, nullptr, constantRows<Halve, T>, nullptr};
   rows[kRound] = {imageRows<Round, T>, nullptr, constantRows<Round, T>, nullptr};
-  rows[kLift] = {imageRows<Lift, T>, imageRowsKeeping<Lift, T>, constantRows<Lift, T>, constantRowsKeeping<Lift, T>};
+  rows[kLift] = {imageRows<Lift, T>, imageRowsKeeping<Lift, T>, constantRows<Lift, T>,
+                 constantRowsKeeping<Lift, T>};
   if constexpr (!kComplexOnly) {
     rows[kSaturate].imageKeeping = imageRowsKeeping<Saturate, T>;
     rows[kSaturate].constantKeeping = constantRowsKeeping<Saturate, T>;

@@ -10,8 +10,8 @@
 namespace zopi {
 namespace {
 
-// The scratch row is never released: that is how these functions have always behaved, and callers' memory use is
-// planned around it. The sanitizer suppressions know this function by name.
+// The scratch row is never released: that is how these functions have always behaved, and callers' memory use
+// is planned around it. The sanitizer suppressions know this function by name.
 template <class T>
 ZopStatus absKeepingAlpha(Image<const T> src, Image<T> dst, ZopImageSize size) {
   const std::int64_t samples = std::int64_t{size.width} * 4;

@@ -17,8 +17,10 @@ struct Abs {
 
   template <class D, class V>
   HWY_INLINE V operator()(D d, V v) const {
-    if constexpr (hwy::IsFloat<hn::TFromD<D>>()) return hn::Abs(v);
-    else return hn::Max(v, hn::SaturatedSub(hn::Zero(d), v));
+    if constexpr (hwy::IsFloat<hn::TFromD<D>>())
+      return hn::Abs(v);
+    else
+      return hn::Max(v, hn::SaturatedSub(hn::Zero(d), v));
   }
 };
 

@@ -1,11 +1,11 @@
 // Pixels of three samples to three vectors of channels, and back.
 // Included once for each vector target, after hwy/highway.h.
 //
-// A 16-byte block holds L samples, and 3 does not divide L: of three blocks in a row, the samples of one channel stand
-// at places of three different remainders modulo 3. So the three blocks can be merged by blends, without shuffles,
-// into one that holds a channel's L samples, and a single shuffle within the block sorts them. The same holds one
-// level up: a vector has 1, 2 or 4 blocks, so of three vectors in a row the first, second or third blocks of the
-// pixel groups stand at places of different remainders.
+// A 16-byte block holds L samples, and 3 does not divide L: of three blocks in a row, the samples of one
+// channel stand at places of three different remainders modulo 3. So the three blocks can be merged by
+// blends, without shuffles, into one that holds a channel's L samples, and a single shuffle within the block
+// sorts them. The same holds one level up: a vector has 1, 2 or 4 blocks, so of three vectors in a row the
+// first, second or third blocks of the pixel groups stand at places of different remainders.
 #if defined(ZOPI_CORE_CHANNELS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef ZOPI_CORE_CHANNELS_INL_H_
 #undef ZOPI_CORE_CHANNELS_INL_H_
@@ -38,7 +38,8 @@ class ThreeChannels {
     alignas(64) T samples[3][N];
     alignas(64) T blocks[3][N];
     alignas(16) uint8_t gather[3][16], scatter[3][16];  // channel c: lane t <-> place (3 t + c) % L
-    alignas(64) uint32_t pick[3][N * sizeof(T) / 4], put[3][N * sizeof(T) / 4];  // group x: block j <-> (3 j + x) % B
+    alignas(64) uint32_t pick[3][N * sizeof(T) / 4],
+        put[3][N * sizeof(T) / 4];  // group x: block j <-> (3 j + x) % B
   };
 
   static constexpr Tables makeTables() {
@@ -93,12 +94,16 @@ class ThreeChannels {
     return hn::BitCast(D(), hn::TableLookupBytes(hn::BitCast(D8(), v), by));
   }
   static HWY_INLINE V sortBlocks(V v, BlockOrder by) {
-    if constexpr (kBlocks == 1) return v;
-    else return hn::BitCast(D(), hn::TableLookupLanes(hn::BitCast(D32(), v), by));
+    if constexpr (kBlocks == 1)
+      return v;
+    else
+      return hn::BitCast(D(), hn::TableLookupLanes(hn::BitCast(D32(), v), by));
   }
 
-  const M samples0 = mask(kTables.samples[0]), samples1 = mask(kTables.samples[1]), samples2 = mask(kTables.samples[2]);
-  const M blocks0 = mask(kTables.blocks[0]), blocks1 = mask(kTables.blocks[1]), blocks2 = mask(kTables.blocks[2]);
+  const M samples0 = mask(kTables.samples[0]), samples1 = mask(kTables.samples[1]),
+          samples2 = mask(kTables.samples[2]);
+  const M blocks0 = mask(kTables.blocks[0]), blocks1 = mask(kTables.blocks[1]),
+          blocks2 = mask(kTables.blocks[2]);
   const hn::Vec<D8> gather0 = order(kTables.gather[0]), gather1 = order(kTables.gather[1]),
                     gather2 = order(kTables.gather[2]);
   const hn::Vec<D8> scatter0 = order(kTables.scatter[0]), scatter1 = order(kTables.scatter[1]),
@@ -108,13 +113,15 @@ class ThreeChannels {
   const BlockOrder put0 = blockOrder(kTables.put[0]), put1 = blockOrder(kTables.put[1]),
                    put2 = blockOrder(kTables.put[2]);
 
-  // Of three vectors or groups in a row, the remainder that one thing has moves by this much from each to the next.
-  // L and B leave the same remainder as their step: for -1 (L, B = 2, 8) the three follow as 0, 1, 2; for +1 (L, B =
-  // 1, 4, 16) as 0, 2, 1, which is the same row with the last two exchanged.
+  // Of three vectors or groups in a row, the remainder that one thing has moves by this much from each to the
+  // next. L and B leave the same remainder as their step: for -1 (L, B = 2, 8) the three follow as 0, 1, 2;
+  // for +1 (L, B = 1, 4, 16) as 0, 2, 1, which is the same row with the last two exchanged.
   template <int kPer, int r0, bool kOfSamples>
   HWY_INLINE V mergeRow(V a, V b, V c) const {
-    if constexpr (kOfSamples) return kPer % 3 == 2 ? mergeSamples<r0>(a, b, c) : mergeSamples<r0>(a, c, b);
-    else return kPer % 3 == 2 ? mergeBlocks<r0>(a, b, c) : mergeBlocks<r0>(a, c, b);
+    if constexpr (kOfSamples)
+      return kPer % 3 == 2 ? mergeSamples<r0>(a, b, c) : mergeSamples<r0>(a, c, b);
+    else
+      return kPer % 3 == 2 ? mergeBlocks<r0>(a, b, c) : mergeBlocks<r0>(a, c, b);
   }
 
  public:

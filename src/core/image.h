@@ -62,8 +62,8 @@ Image<T, Unit> inWholeSamples(Image<T, Unit> image) {
   return {image.at, image.step - image.step % static_cast<std::ptrdiff_t>(sizeof(T))};
 }
 
-// The size a walk covers: `length` units a row, `rows` rows. `stream` tells the rows that the region is too large for
-// any cache, so that stores may bypass it. Two words, so that it travels in registers.
+// The size a walk covers: `length` units a row, `rows` rows. `stream` tells the rows that the region is too
+// large for any cache, so that stores may bypass it. Two words, so that it travels in registers.
 struct Extent {
   std::ptrdiff_t length;
   int rows;

@@ -30,8 +30,8 @@ constexpr T lowBits(int count) {
   return static_cast<T>((std::make_unsigned_t<T>{1} << count) - 1);
 }
 
-// A vector of samples, widened: the lanes with even and with odd numbers, in lanes twice as wide. No lane moves,
-// so widening and narrowing are shifts and masks on every target.
+// A vector of samples, widened: the lanes with even and with odd numbers, in lanes twice as wide. No lane
+// moves, so widening and narrowing are shifts and masks on every target.
 template <class D>
 struct Wide {
   hn::Vec<D> even, odd;
@@ -49,7 +49,8 @@ template <class D, class V = hn::Vec<D>>
 HWY_INLINE Wide<WideTag<D>> widen(D d, V v) {
   const WideTag<D> dw;
   if constexpr (sizeof(hn::TFromD<D>) == 4) {
-    // A multiplication widens a signed lane in one instruction; 64-bit lanes have no arithmetic shift everywhere.
+    // A multiplication widens a signed lane in one instruction; 64-bit lanes have no arithmetic shift
+    // everywhere.
     const auto one = hn::Set(d, 1);
     return {hn::MulEven(v, one), hn::MulEven(oddAsEven(d, v), one)};
   } else {
@@ -62,8 +63,10 @@ HWY_INLINE Wide<WideTag<D>> widen(D d, V v) {
 // Bytes to lanes of any width.
 template <class D, class V = hn::Vec<hn::Rebind<uint8_t, D>>>
 HWY_INLINE hn::Vec<D> promoteBytes(D d, V v) {
-  if constexpr (sizeof(hn::TFromD<D>) == 1) return v;
-  else return hn::PromoteTo(d, v);
+  if constexpr (sizeof(hn::TFromD<D>) == 1)
+    return v;
+  else
+    return hn::PromoteTo(d, v);
 }
 
 // Back to narrow lanes; values beyond the narrow type saturate.
@@ -86,19 +89,20 @@ HWY_INLINE Wide<W> each(Wide<W> v, const F& f) {
   return {f(W(), v.even), f(W(), v.odd)};
 }
 
-// v / 2^shift, rounded to nearest with ties to even, for shift >= 1 and any v: one above the floor if the remainder is
-// above one half, or is one half and the floor odd. No intermediate leaves the lane.
+// v / 2^shift, rounded to nearest with ties to even, for shift >= 1 and any v: one above the floor if the
+// remainder is above one half, or is one half and the floor odd. No intermediate leaves the lane.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE V roundingShift(D d, V v, int shift) {
   using T = hn::TFromD<D>;
   const auto floor = hn::ShiftRightSame(v, shift);
   const auto rest = hn::And(v, hn::Set(d, lowBits<T>(shift)));
-  const auto limit = hn::Sub(hn::Set(d, static_cast<T>(T{1} << (shift - 1))), hn::And(floor, hn::Set(d, T{1})));
+  const auto limit =
+      hn::Sub(hn::Set(d, static_cast<T>(T{1} << (shift - 1))), hn::And(floor, hn::Set(d, T{1})));
   return hn::Sub(floor, hn::VecFromMask(d, hn::Gt(rest, limit)));
 }
 
-// The same where v + 2^(shift - 1) stays in the lane. Unsigned 16-bit lanes have one bit more: the averaging instruction
-// adds without loss, for shift >= 2.
+// The same where v + 2^(shift - 1) stays in the lane. Unsigned 16-bit lanes have one bit more: the averaging
+// instruction adds without loss, for shift >= 2.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE V roundingShiftWithRoom(D d, V v, int shift) {
   using T = hn::TFromD<D>;

@@ -25,8 +25,8 @@ void* allocate(int count, std::uint32_t elementBytes) {
   return block;
 }
 
-// The products wrap in 32 bits: a total that comes out negative is refused, one that wraps to a small positive
-// number is served small.
+// The products wrap in 32 bits: a total that comes out negative is refused, one that wraps to a small
+// positive number is served small.
 void* allocateImage(int widthPixels, int heightPixels, std::uint32_t pixelBytes, std::uint32_t planeCount,
                     int* pStepBytes) {
   if (pStepBytes == nullptr) return nullptr;

@@ -24,8 +24,8 @@ constexpr Pattern<T> repeat(const T* values, int period) {
   return result;
 }
 
-// The constants of a pixel of `Layout`; where it has alpha, the constant there is 0. The array may stand at any
-// address.
+// The constants of a pixel of `Layout`; where it has alpha, the constant there is 0. The array may stand at
+// any address.
 template <class Layout, class T>
 Pattern<T> patternOf(const T* values) {
   T pixel[Layout::channels] = {};

@@ -32,24 +32,30 @@ inline constexpr std::ptrdiff_t kLanes = hn::MaxLanes(D());
 template <class D>
 inline constexpr int kStep = kLanes<D> % 8 == 0 ? 3 : kPatternSamples / static_cast<int>(kLanes<D>);
 
-// What an operation may say of itself: how many samples belong together (a complex sample is two), so that no vector
-// may part them; and that it is so short that a loop gains from long steps.
+// What an operation may say of itself: how many samples belong together (a complex sample is two), so that no
+// vector may part them; and that it is so short that a loop gains from long steps.
 template <class Op>
 constexpr int groupOf() {
-  if constexpr (requires { Op::kGroup; }) return Op::kGroup;
-  else return 1;
+  if constexpr (requires { Op::kGroup; })
+    return Op::kGroup;
+  else
+    return 1;
 }
 template <class Op>
 constexpr bool isShort() {
-  if constexpr (requires { Op::kShort; }) return Op::kShort;
-  else return false;
+  if constexpr (requires { Op::kShort; })
+    return Op::kShort;
+  else
+    return false;
 }
 
 // A whole vector, into the caches or past them to an aligned address.
 template <bool kStream, class D, class V>
 HWY_INLINE void store(D d, V v, hn::TFromD<D>* out) {
-  if constexpr (kStream) hn::Stream(v, d, out);
-  else hn::StoreU(v, d, out);
+  if constexpr (kStream)
+    hn::Stream(v, d, out);
+  else
+    hn::StoreU(v, d, out);
 }
 
 // The first n samples from an address on, and zeros.
@@ -70,8 +76,8 @@ HWY_INLINE void storePart(D d, V v, hn::TFromD<D>* out, std::ptrdiff_t n) {
   std::memcpy(out, block, n * sizeof block[0]);
 }
 
-// Operands of a map. `at(d, i, k)` is the vector at sample i, the k-th since `begin` or the last `advance`, which tells
-// how many vectors have been taken. `edge(d, i, n)` is the vector of n samples at any sample i.
+// Operands of a map. `at(d, i, k)` is the vector at sample i, the k-th since `begin` or the last `advance`,
+// which tells how many vectors have been taken. `edge(d, i, n)` is the vector of n samples at any sample i.
 template <class D>
 struct ImageOperand {
   using T = hn::TFromD<D>;
@@ -87,7 +93,9 @@ struct ImageOperand {
     return loadPart(d, samples + i, n);
   }
   template <int Count>
-  HWY_INLINE void copy(std::ptrdiff_t i, T* out) const { std::memcpy(out, samples + i, Count * sizeof(T)); }
+  HWY_INLINE void copy(std::ptrdiff_t i, T* out) const {
+    std::memcpy(out, samples + i, Count * sizeof(T));
+  }
 };
 
 // A mask of one byte a sample, as lanes of ones and zeros.
@@ -115,7 +123,8 @@ struct MaskOperand {
 template <class D>
 struct PatternOperand {
   using T = hn::TFromD<D>;
-  static constexpr std::ptrdiff_t kPeriods = 1 + (kStep<D> * kLanes<D> + kPatternSamples - 1) / kPatternSamples;
+  static constexpr std::ptrdiff_t kPeriods =
+      1 + (kStep<D> * kLanes<D> + kPatternSamples - 1) / kPatternSamples;
   T samples[kPeriods * kPatternSamples];
   int phase = 0;
 
@@ -132,7 +141,9 @@ struct PatternOperand {
     constexpr int kTurn = Count * kLanes<D> % kPatternSamples;
     if constexpr (kTurn > 0) phase += phase < kPatternSamples - kTurn ? kTurn : kTurn - kPatternSamples;
   }
-  HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t, int k) const { return hn::LoadU(d, samples + phase + k * kLanes<D>); }
+  HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t, int k) const {
+    return hn::LoadU(d, samples + phase + k * kLanes<D>);
+  }
   HWY_INLINE hn::Vec<D> edge(D d, std::ptrdiff_t i, std::ptrdiff_t) const {
     return hn::LoadU(d, samples + i % kPatternSamples);
   }
@@ -146,7 +157,9 @@ struct PatternOperand {
 template <int Group, class D, class T = hn::TFromD<D>>
 HWY_INLINE std::ptrdiff_t toAlignment(D, const T* out) {
   const std::uintptr_t past = reinterpret_cast<std::uintptr_t>(out) % (kLanes<D> * sizeof(T));
-  return past == 0 || past % (Group * sizeof(T)) != 0 ? 0 : kLanes<D> - static_cast<std::ptrdiff_t>(past / sizeof(T));
+  return past == 0 || past % (Group * sizeof(T)) != 0
+             ? 0
+             : kLanes<D> - static_cast<std::ptrdiff_t>(past / sizeof(T));
 }
 
 template <class D>
@@ -154,7 +167,8 @@ HWY_INLINE bool isAligned(D, const hn::TFromD<D>* out) {
   return reinterpret_cast<std::uintptr_t>(out) % (kLanes<D> * sizeof(*out)) == 0;
 }
 
-// `Count` vectors from sample i on: all are read before the first is stored, which keeps loads from waiting for stores.
+// `Count` vectors from sample i on: all are read before the first is stored, which keeps loads from waiting
+// for stores.
 template <class D, class Op, int... K, class... S>
 HWY_INLINE void mapVectors(D d, const Op& op, hn::TFromD<D>* out, bool stream, std::ptrdiff_t i,
                            std::integer_sequence<int, K...>, S&... s) {
@@ -169,9 +183,9 @@ HWY_INLINE void mapVectors(D d, const Op& op, hn::TFromD<D>* out, bool stream, s
   (s.template advance<sizeof...(K)>(), ...);
 }
 
-// One row of a map. The arithmetic stands in the loops, whose stores are aligned, and once more for the vectors at the
-// edges, which overlap those of the loop. In place, the edges must be read before the loop changes their samples and
-// stored after it has read them.
+// One row of a map. The arithmetic stands in the loops, whose stores are aligned, and once more for the
+// vectors at the edges, which overlap those of the loop. In place, the edges must be read before the loop
+// changes their samples and stored after it has read them.
 template <class D, class Op, class... S>
 HWY_INLINE void mapRow(D d, const Op& op, hn::TFromD<D>* out, std::ptrdiff_t n, bool stream, S&... s) {
   constexpr std::ptrdiff_t N = kLanes<D>;
@@ -241,8 +255,9 @@ struct Keeping {
   }
 };
 
-// Writes the first `Colours` of every `Channels` samples and leaves the others untouched: nothing is stored there,
-// not even the value they hold. The extent counts pixels; a row ends with the last colour of its last pixel.
+// Writes the first `Colours` of every `Channels` samples and leaves the others untouched: nothing is stored
+// there, not even the value they hold. The extent counts pixels; a row ends with the last colour of its last
+// pixel.
 template <int Channels, int Colours, class D, class S>
 HWY_INLINE void mapColours(D d, Image<hn::TFromD<D>> out, Extent pixels, S operand) {
   using T = hn::TFromD<D>;
@@ -271,7 +286,8 @@ HWY_INLINE void mapColours(D d, Image<hn::TFromD<D>> out, Extent pixels, S opera
   }
 }
 
-// Writes the pixels whose mask byte is not 0, and of these the first `Colours` samples. The extent counts pixels.
+// Writes the pixels whose mask byte is not 0, and of these the first `Colours` samples. The extent counts
+// pixels.
 template <int Channels, int Colours, class D, class S>
 HWY_INLINE void mapMasked(D d, Image<hn::TFromD<D>> out, Extent pixels, Image<const Zop8u> mask, S operand) {
   using T = hn::TFromD<D>;
@@ -286,7 +302,7 @@ HWY_INLINE void mapMasked(D d, Image<hn::TFromD<D>> out, Extent pixels, Image<co
     operand.row(y);
     old.row(y);
     // The last pixels overlap those before, for a pixel may be chosen twice.
-    for (std::ptrdiff_t i = 0; i < n; i = n - i > N && n - i < 2 * N ? n - N : i + N) {
+    for (std::ptrdiff_t i = 0; i<n; i = n - i> N && n - i < 2 * N ? n - N : i + N) {
       const std::ptrdiff_t count = n - i < N ? n - i : N;
       const auto chosen = masks.edge(d, i, count);
       HWY_ALIGN T channels[Channels * N];

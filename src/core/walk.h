@@ -1,7 +1,7 @@
 // How a function goes through the rows of its region: alone, or shared among the threads of an OpenMP team.
 //
-// A walk hands its body bands: the images advanced to the band's first row, and the band's extent. A band without gaps
-// between its rows is handed over as one long row. The three ways to share a region:
+// A walk hands its body bands: the images advanced to the band's first row, and the band's extent. A band
+// without gaps between its rows is handed over as one long row. The three ways to share a region:
 //   walkRows    rows with no memory of each other (arithmetic, colour)
 //   walkSlices  rows that need working memory, one slice a thread (running filters)
 //   walkBands   bands cut by hand, the last thread takes the remainder (general filters)
@@ -80,8 +80,8 @@ void walkSerial(Extent e, const Body& body, I... images) {
   walk::band(e, body, images...);
 }
 
-// The rows shared by a team where `parallel` holds, else the whole region on the calling thread. A team of one
-// needs no region.
+// The rows shared by a team where `parallel` holds, else the whole region on the calling thread. A team of
+// one needs no region.
 template <class Body, class... I>
 void walkRows(bool parallel, Extent e, const Body& body, I... images) {
   if (!parallel || omp_get_max_threads() == 1) return walkSerial(e, body, images...);
@@ -106,7 +106,8 @@ ZopStatus walkSlices(bool parallel, int rows, int sliceBytes, const Body& body) 
 #pragma omp master
     {
       const std::int64_t bytes = static_cast<std::int64_t>(sliceBytes) * omp_get_num_threads();
-      buffer = bytes <= INT32_MAX ? static_cast<unsigned char*>(zopAllocBytes(static_cast<int>(bytes))) : nullptr;
+      buffer =
+          bytes <= INT32_MAX ? static_cast<unsigned char*>(zopAllocBytes(static_cast<int>(bytes))) : nullptr;
     }
 #pragma omp barrier
     if (buffer != nullptr) {

@@ -6,16 +6,17 @@
 namespace zopi {
 namespace {
 
-// Walks the pixels of two interleaved images that hold `kFrom` and `kTo` samples a pixel. A row function counts
-// pixels and knows the layouts.
+// Walks the pixels of two interleaved images that hold `kFrom` and `kTo` samples a pixel. A row function
+// counts pixels and knows the layouts.
 template <int kFrom, int kTo, class T, class Row>
 ZopStatus walkPixels(Image<const T> src, Image<T> dst, ZopImageSize size, Row row) {
   using Bits = BitsOf<T>;
-  walkSerial(extent(size),
-             [&](Image<const Bits, kFrom> from, Image<Bits, kTo> to, Extent band) {
-               row(from.template as<Bits, 1>(), to.template as<Bits, 1>(), band);
-             },
-             src.template as<Bits, kFrom>(), dst.template as<Bits, kTo>());
+  walkSerial(
+      extent(size),
+      [&](Image<const Bits, kFrom> from, Image<Bits, kTo> to, Extent band) {
+        row(from.template as<Bits, 1>(), to.template as<Bits, 1>(), band);
+      },
+      src.template as<Bits, kFrom>(), dst.template as<Bits, kTo>());
   return zopStatusOk;
 }
 
@@ -50,25 +51,29 @@ using PlaneOf = Image<T>;
 
 // Planes go through the walk one by one; a row function takes them as an array.
 template <class Layout, class T, int kChannels, std::size_t... kPlane>
-void splitPlanes(Image<const T> src, Planes<T, kChannels> dst, ZopImageSize size, std::index_sequence<kPlane...>) {
+void splitPlanes(Image<const T> src, Planes<T, kChannels> dst, ZopImageSize size,
+                 std::index_sequence<kPlane...>) {
   using Bits = BitsOf<T>;
   const auto row = copyRows<Bits>().split[kChannels];
   const auto body = [&](Image<const Bits, kChannels> from, PlaneOf<Bits, kPlane>... to, Extent band) {
     const Image<Bits> planes[] = {to...};
     row(from.template as<Bits, 1>(), planes, band);
   };
-  walkSerial(extent(size), body, src.template as<Bits, kChannels>(), dst.plane(kPlane).template as<Bits>()...);
+  walkSerial(extent(size), body, src.template as<Bits, kChannels>(),
+             dst.plane(kPlane).template as<Bits>()...);
 }
 
 template <class Layout, class T, int kChannels, std::size_t... kPlane>
-void joinPlanes(Planes<const T, kChannels> src, Image<T> dst, ZopImageSize size, std::index_sequence<kPlane...>) {
+void joinPlanes(Planes<const T, kChannels> src, Image<T> dst, ZopImageSize size,
+                std::index_sequence<kPlane...>) {
   using Bits = BitsOf<T>;
   const auto row = copyRows<Bits>().join[kChannels];
   const auto body = [&](PlaneOf<const Bits, kPlane>... from, Image<Bits, kChannels> to, Extent band) {
     const Image<const Bits> planes[] = {from...};
     row(planes, to.template as<Bits, 1>(), band);
   };
-  walkSerial(extent(size), body, src.plane(kPlane).template as<Bits>()..., dst.template as<Bits, kChannels>());
+  walkSerial(extent(size), body, src.plane(kPlane).template as<Bits>()...,
+             dst.template as<Bits, kChannels>());
 }
 
 template <class Layout, class T, int kChannels>

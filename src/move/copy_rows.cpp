@@ -40,8 +40,8 @@ void rowCopyMasked(Image<const T> src, Image<T> dst, Extent pixels, Image<const 
   mapMasked<Channels, Colours>(Tag<T>(), dst, pixels, mask, ImageOperand<Tag<T>>{src});
 }
 
-// Moves between layouts. `in` and `out` address the first of N pixels in every image. Those that can stream do so to
-// aligned addresses.
+// Moves between layouts. `in` and `out` address the first of N pixels in every image. Those that can stream
+// do so to aligned addresses.
 template <int Channels, class T>
 struct Extract {
   const ThreeChannels<Tag<T>> three;
@@ -93,21 +93,21 @@ struct WidenKeepingAlpha {
   }
 };
 
-// Three or four streams at once are slower than none.
 template <int Channels, class T>
 struct Split {
+  static constexpr bool kStreams = true;
   const ThreeChannels<Tag<T>> three;
-  template <class D>
+  template <bool kStream = false, class D>
   HWY_INLINE void operator()(D d, const T* const* in, T* const* out) const {
     hn::Vec<D> a, b, c, e;
     if constexpr (Channels == 3) three.load(in[0], a, b, c);
     if constexpr (Channels == 4) {
       hn::LoadInterleaved4(d, in[0], a, b, c, e);
-      hn::StoreU(e, d, out[3]);
+      store<kStream>(d, e, out[3]);
     }
-    hn::StoreU(a, d, out[0]);
-    hn::StoreU(b, d, out[1]);
-    hn::StoreU(c, d, out[2]);
+    store<kStream>(d, a, out[0]);
+    store<kStream>(d, b, out[1]);
+    store<kStream>(d, c, out[2]);
   }
 };
 
@@ -118,8 +118,10 @@ struct Join {
   template <bool kStream = false, class D>
   HWY_INLINE void operator()(D d, const T* const* in, T* const* out) const {
     const auto a = hn::LoadU(d, in[0]), b = hn::LoadU(d, in[1]), c = hn::LoadU(d, in[2]);
-    if constexpr (Channels == 3) three.template store<kStream>(a, b, c, out[0]);
-    else hn::StoreInterleaved4(a, b, c, hn::LoadU(d, in[3]), d, out[0]);
+    if constexpr (Channels == 3)
+      three.template store<kStream>(a, b, c, out[0]);
+    else
+      hn::StoreInterleaved4(a, b, c, hn::LoadU(d, in[3]), d, out[0]);
   }
 };
 
@@ -143,15 +145,16 @@ struct Pixels {
 
 // N pixels and their images as blocks on the stack, for what does not fill a vector.
 template <class T, int kIn, int kOut, class Move>
-void movePart(Move move, const Pixels<const T, kIn>& in, const Pixels<T, kOut>& out,
-                         std::ptrdiff_t pixels) {
+void movePart(Move move, const Pixels<const T, kIn>& in, const Pixels<T, kOut>& out, std::ptrdiff_t pixels) {
   constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
   HWY_ALIGN T inBlocks[kIn][4 * N] = {};
   HWY_ALIGN T outBlocks[kOut][4 * N] = {};
   const T* from[kIn];
   T* to[kOut];
-  for (int c = 0; c < kIn; ++c) from[c] = static_cast<T*>(std::memcpy(inBlocks[c], in.at[c], in.bytes(pixels)));
-  for (int c = 0; c < kOut; ++c) to[c] = static_cast<T*>(std::memcpy(outBlocks[c], out.at[c], out.bytes(pixels)));
+  for (int c = 0; c < kIn; ++c)
+    from[c] = static_cast<T*>(std::memcpy(inBlocks[c], in.at[c], in.bytes(pixels)));
+  for (int c = 0; c < kOut; ++c)
+    to[c] = static_cast<T*>(std::memcpy(outBlocks[c], out.at[c], out.bytes(pixels)));
   move(Tag<T>(), from, to);
   for (int c = 0; c < kOut; ++c) std::memcpy(out.at[c], outBlocks[c], out.bytes(pixels));
 }
@@ -162,15 +165,16 @@ HWY_INLINE std::ptrdiff_t alignedPixel(const Pixels<T, kCount>& pixels) {
   constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
   for (std::ptrdiff_t i = 0; i < N; ++i) {
     bool aligned = true;
-    for (int c = 0; c < kCount; ++c) aligned = aligned && isAligned(Tag<T>(), pixels.at[c] + i * pixels.samples);
+    for (int c = 0; c < kCount; ++c)
+      aligned = aligned && isAligned(Tag<T>(), pixels.at[c] + i * pixels.samples);
     if (aligned) return i;
   }
   return N;
 }
 
-// Runs a move over all pixels, N at a time. The last N overlap those before, for a copy may be made twice; but where
-// an image ends within its last pixel, or a row has fewer than N, they take the way over the stack. The move goes by
-// value: only then do its tables stay in registers.
+// Runs a move over all pixels, N at a time. The last N overlap those before, for a copy may be made twice;
+// but where an image ends within its last pixel, or a row has fewer than N, they take the way over the stack.
+// The move goes by value: only then do its tables stay in registers.
 template <class T, int kIn, int kOut, class Move>
 HWY_INLINE void mapPixels(Move move, Pixels<const T, kIn> in, Pixels<T, kOut> out, Extent pixels) {
   const Tag<T> d;

@@ -27,8 +27,9 @@ ZopStatus setPixels(const T* values, Image<T> dst, ZopImageSize size) {
   using Bits = BitsOf<T>;
   const Pattern<Bits> pattern = bitPattern<Layout>(values);
   const auto row = setRows<Bits>().samples;
-  walkSerial(extent(size, Layout::channels), [&](Image<Bits> to, Extent band) { row(pattern, to, band); },
-             dst.template as<Bits>());
+  walkSerial(
+      extent(size, Layout::channels), [&](Image<Bits> to, Extent band) { row(pattern, to, band); },
+      dst.template as<Bits>());
   return zopStatusOk;
 }
 

@@ -15,8 +15,8 @@ namespace zopi {
 namespace HWY_NAMESPACE {
 namespace {
 
-// Long rows are left to the C library, which writes lines without reading them first: as one byte again and again, or
-// as copies of a block that stays in the nearest cache.
+// Long rows are left to the C library, which writes lines without reading them first: as one byte again and
+// again, or as copies of a block that stays in the nearest cache.
 constexpr std::ptrdiff_t kLongRowOfBytes = 256 << 10;
 constexpr std::ptrdiff_t kLongRowOfBlocks = 1536 << 10;
 constexpr std::ptrdiff_t kBlockBytes = 24 << 10;

@@ -22,7 +22,8 @@ std::multimap<std::size_t, unsigned char*>& freeBlocks() {
 
 unsigned char* map(std::size_t size) {
   void* pages = mmap(nullptr, size + 2 * kPage, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (pages == MAP_FAILED || mprotect(static_cast<unsigned char*>(pages) + kPage, size, PROT_READ | PROT_WRITE) != 0) {
+  if (pages == MAP_FAILED ||
+      mprotect(static_cast<unsigned char*>(pages) + kPage, size, PROT_READ | PROT_WRITE) != 0) {
     std::perror("guarded memory");
     std::abort();
   }

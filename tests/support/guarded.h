@@ -8,8 +8,8 @@
 
 namespace guarded {
 
-// Where a region lies in its block: its first byte `offset` bytes behind the leading guard, or its last byte right
-// before the trailing one.
+// Where a region lies in its block: its first byte `offset` bytes behind the leading guard, or its last byte
+// right before the trailing one.
 struct Placement {
   bool atEnd = true;
   int offset = 0;
@@ -31,8 +31,8 @@ class Block {
   std::size_t size_;
 };
 
-// A region of an image in a block of its own: `rows` rows of `rowBytes` bytes, `step` bytes apart. The block is
-// filled with noise, gaps between rows included.
+// A region of an image in a block of its own: `rows` rows of `rowBytes` bytes, `step` bytes apart. The block
+// is filled with noise, gaps between rows included.
 class Region {
  public:
   Region(int rows, std::ptrdiff_t rowBytes, int step, Placement placement, std::mt19937& random);

@@ -20,11 +20,12 @@ using registry::Role;
 // Samples of the last pixel of a row that belong to the image: one where the pointers address one channel of
 // several, three where alpha is never touched.
 int reach(const Function& function, const Argument& image) {
-  const bool ofOneChannel = function.has(registry::kChannelOfInterest) ||
-                            (std::strcmp(function.sourceLayout, "C1") == 0) !=
-                                (std::strcmp(function.destinationLayout, "C1") == 0);
+  const bool ofOneChannel =
+      function.has(registry::kChannelOfInterest) ||
+      (std::strcmp(function.sourceLayout, "C1") == 0) != (std::strcmp(function.destinationLayout, "C1") == 0);
   if (ofOneChannel && image.role != Role::Mask) return 1;
-  const bool moves = std::strcmp(function.operation, "Copy") == 0 || std::strcmp(function.operation, "Set") == 0;
+  const bool moves =
+      std::strcmp(function.operation, "Copy") == 0 || std::strcmp(function.operation, "Set") == 0;
   const bool neverTouchesAlpha = moves && std::strcmp(function.sourceLayout, "AC4") == 0 &&
                                  std::strcmp(function.destinationLayout, "AC4") == 0 &&
                                  !function.has(registry::kMasked);
@@ -36,8 +37,8 @@ void mixExtremes(unsigned char* data, std::size_t bytes, int sampleBytes, std::m
   for (std::size_t i = 0; i + sampleBytes <= bytes; i += sampleBytes) {
     const unsigned choice = random() % 16;
     if (choice > 5) continue;
-    std::memset(data + i, choice & 1 ? 0xff : 0, sampleBytes);                     // 0, -1, largest unsigned
-    if (choice >= 4) data[i + sampleBytes - 1] = choice & 1 ? 0x7f : 0x80;          // largest and lowest signed
+    std::memset(data + i, choice & 1 ? 0xff : 0, sampleBytes);              // 0, -1, largest unsigned
+    if (choice >= 4) data[i + sampleBytes - 1] = choice & 1 ? 0x7f : 0x80;  // largest and lowest signed
     if (choice == 3) data[i] = 0xfe;
     if (choice == 2) data[i] = 1;
   }
@@ -85,10 +86,11 @@ View view(const Image& image, std::vector<std::vector<unsigned char>>& bytes) {
 }
 
 std::string describe(const Call& call, const Shape& shape) {
-  std::string text = std::string(call.function.name) + " on " + std::to_string(shape.width) + "x" +
-                     std::to_string(shape.height) + ", padding " + std::to_string(shape.padding) +
-                     (shape.placement.atEnd ? ", at the end" : ", at offset " + std::to_string(shape.placement.offset)) +
-                     ", parameters";
+  std::string text =
+      std::string(call.function.name) + " on " + std::to_string(shape.width) + "x" +
+      std::to_string(shape.height) + ", padding " + std::to_string(shape.padding) +
+      (shape.placement.atEnd ? ", at the end" : ", at offset " + std::to_string(shape.placement.offset)) +
+      ", parameters";
   for (const int p : call.parameters) text += " " + std::to_string(p);
   return text;
 }

@@ -1,5 +1,5 @@
-// The reference sweep: calls a function over many shapes of its images and compares every byte of its destinations
-// with a plain reference.
+// The reference sweep: calls a function over many shapes of its images and compares every byte of its
+// destinations with a plain reference.
 #pragma once
 
 #include <functional>
@@ -12,7 +12,8 @@
 
 namespace sweep {
 
-// One image argument of a call, as the reference sees it: for a destination the bytes it must hold afterwards.
+// One image argument of a call, as the reference sees it: for a destination the bytes it must hold
+// afterwards.
 struct View {
   unsigned char* plane[4] = {};
   int planes = 0, step = 0, samples = 0, sampleBytes = 0;
@@ -40,11 +41,13 @@ struct View {
 struct Call {
   const registry::Function& function;
   ZopImageSize size;
-  std::vector<View> sources;   // in the order of the arguments; in place, the image that is overwritten comes last
-  View destination;            // holds the bytes from before the call: the reference writes into it
-  View mask;                   // of masked forms
+  std::vector<View>
+      sources;       // in the order of the arguments; in place, the image that is overwritten comes last
+  View destination;  // holds the bytes from before the call: the reference writes into it
+  View mask;         // of masked forms
   const unsigned char* constant = nullptr;
-  std::vector<int> parameters;  // the values for arguments of role Value, in order, but for a constant by value
+  std::vector<int>
+      parameters;  // the values for arguments of role Value, in order, but for a constant by value
 };
 
 // Writes what the call must leave behind into `call.destination` and returns the status it must return.
@@ -59,12 +62,13 @@ struct Shape {
 
 struct Options {
   std::vector<std::vector<int>> parameters = {{}};  // sets of parameters, each tried with every shape
-  std::vector<std::vector<unsigned char>> constants = {{}};  // constants to use, sample after sample; noise if empty
-  bool extremes = true;                             // mix the ends of the type's range into the noise
+  std::vector<std::vector<unsigned char>> constants = {
+      {}};               // constants to use, sample after sample; noise if empty
+  bool extremes = true;  // mix the ends of the type's range into the noise
 };
 
-// The shapes of a function's sweep: every width up to two vectors and three samples, rows with and without gaps,
-// flush against either guard and at every start alignment.
+// The shapes of a function's sweep: every width up to two vectors and three samples, rows with and without
+// gaps, flush against either guard and at every start alignment.
 std::vector<Shape> shapes(const registry::Function& function);
 
 // Calls the function once for every shape, parameter set and constant. Stops at the first difference.
