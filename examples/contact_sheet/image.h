@@ -25,7 +25,7 @@ void check(ZopStatus status);
 
 // Images of three interleaved channels and of one. The samples are not set. Throw std::runtime_error if there
 // is no memory or the size is beyond what the library serves.
-Image new_colour_image(ZopImageSize size);
-Image new_gray_image(ZopImageSize size);
+Image newColourImage(ZopImageSize size);
+Image newGrayImage(ZopImageSize size);
 
 #endif  // CONTACT_SHEET_IMAGE_H_

@@ -12,8 +12,8 @@ int main(int argc, char** argv) {
     return 2;
   }
   try {
-    const Image picture = fit_to_tile(read_picture(argv[1]));
-    write_png(argv[2], make_sheet(tiles(), picture));
+    const Image picture = fitToTile(readPicture(argv[1]));
+    writePng(argv[2], makeSheet(tiles(), picture));
   } catch (const std::exception& error) {
     std::fprintf(stderr, "contact_sheet: %s\n", error.what());
     return 1;

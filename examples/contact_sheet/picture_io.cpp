@@ -12,7 +12,7 @@
 
 namespace {
 
-std::string first_bytes(const std::string& path) {
+std::string firstBytes(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) throw std::runtime_error(path + ": cannot be opened");
   std::string bytes(8, '\0');
@@ -20,15 +20,15 @@ std::string first_bytes(const std::string& path) {
   return bytes;
 }
 
-bool is_png(std::string_view bytes) { return bytes.starts_with("\x89PNG\r\n\x1a\n"); }
+bool isPng(std::string_view bytes) { return bytes.starts_with("\x89PNG\r\n\x1a\n"); }
 
-bool is_tiff(std::string_view bytes) {
+bool isTiff(std::string_view bytes) {
   using namespace std::string_view_literals;
   return bytes.starts_with("II*\0"sv) || bytes.starts_with("MM\0*"sv) ||  //
          bytes.starts_with("II+\0"sv) || bytes.starts_with("MM\0+"sv);
 }
 
-Image read_png(const std::string& path) {
+Image readPng(const std::string& path) {
   png_image file = {};
   file.version = PNG_IMAGE_VERSION;
   png_image_begin_read_from_file(&file, path.c_str());
@@ -37,13 +37,13 @@ Image read_png(const std::string& path) {
   // What is transparent shows white.
   const png_color background = {255, 255, 255};
   file.format = PNG_FORMAT_RGB;
-  Image image = new_colour_image({static_cast<int>(file.width), static_cast<int>(file.height)});
+  Image image = newColourImage({static_cast<int>(file.width), static_cast<int>(file.height)});
   png_image_finish_read(&file, &background, image.data(), image.step, nullptr);
   if (PNG_IMAGE_FAILED(file)) throw std::runtime_error(path + ": " + file.message);
   return image;
 }
 
-Image read_tiff(const std::string& path) {
+Image readTiff(const std::string& path) {
   const std::unique_ptr<TIFF, decltype(&TIFFClose)> file(TIFFOpen(path.c_str(), "r"), &TIFFClose);
   if (!file) throw std::runtime_error(path + ": is no readable TIFF file");
   std::uint32_t width = 0;
@@ -51,7 +51,7 @@ Image read_tiff(const std::string& path) {
   TIFFGetField(file.get(), TIFFTAG_IMAGEWIDTH, &width);
   TIFFGetField(file.get(), TIFFTAG_IMAGELENGTH, &height);
 
-  Image image = new_colour_image({static_cast<int>(width), static_cast<int>(height)});
+  Image image = newColourImage({static_cast<int>(width), static_cast<int>(height)});
   std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width) * height);
   if (!TIFFReadRGBAImageOriented(file.get(), width, height, pixels.data(), ORIENTATION_TOPLEFT, 1)) {
     throw std::runtime_error(path + ": cannot be decoded");
@@ -64,14 +64,14 @@ Image read_tiff(const std::string& path) {
 
 }  // namespace
 
-Image read_picture(const std::string& path) {
-  const std::string bytes = first_bytes(path);
-  if (is_png(bytes)) return read_png(path);
-  if (is_tiff(bytes)) return read_tiff(path);
+Image readPicture(const std::string& path) {
+  const std::string bytes = firstBytes(path);
+  if (isPng(bytes)) return readPng(path);
+  if (isTiff(bytes)) return readTiff(path);
   throw std::runtime_error(path + ": is neither a PNG nor a TIFF file");
 }
 
-void write_png(const std::string& path, const Image& image) {
+void writePng(const std::string& path, const Image& image) {
   png_image file = {};
   file.version = PNG_IMAGE_VERSION;
   file.width = static_cast<png_uint_32>(image.size.width);

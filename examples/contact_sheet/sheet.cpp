@@ -19,9 +19,9 @@ constexpr Zop8u kPaper[3] = {250, 250, 248};
 constexpr TextStyle kTitle = {17, {24, 24, 28}};
 constexpr TextStyle kFunctions = {14, {92, 92, 104}};
 
-Image blank_sheet(int tile_count) {
-  const int rows = (tile_count + kColumns - 1) / kColumns;
-  Image sheet = new_colour_image({kMargin + kColumns * kCell.width, kMargin + rows * kCell.height});
+Image blankSheet(int tileCount) {
+  const int rows = (tileCount + kColumns - 1) / kColumns;
+  Image sheet = newColourImage({kMargin + kColumns * kCell.width, kMargin + rows * kCell.height});
   check(zopiSet_8u_C3R(kPaper, sheet.data(), sheet.step, sheet.size));
   return sheet;
 }
@@ -34,13 +34,13 @@ void place(const Image& sheet, ZopImagePoint corner, const Tile& tile, const Ima
   check(zopiCopy_8u_C3R(drawn.data(), drawn.step, sheet.row(y) + x * 3, sheet.step, drawn.size));
 
   const int below = corner.y + kTile.height;
-  draw_text(sheet, {corner.x, below + 22}, tile.title, kTitle);
-  draw_text(sheet, {corner.x, below + 42}, tile.functions, kFunctions);
+  drawText(sheet, {corner.x, below + 22}, tile.title, kTitle);
+  drawText(sheet, {corner.x, below + 42}, tile.functions, kFunctions);
 }
 
 }  // namespace
 
-Image fit_to_tile(const Image& picture) {
+Image fitToTile(const Image& picture) {
   const int factor =
       std::max(1, std::min(picture.size.width / kTile.width, picture.size.height / kTile.height));
   const ZopImageSize size = {std::clamp(picture.size.width / factor, 1, kTile.width),
@@ -48,7 +48,7 @@ Image fit_to_tile(const Image& picture) {
   const int left = (picture.size.width - size.width * factor) / 2;
   const int top = (picture.size.height - size.height * factor) / 2;
 
-  Image small = new_colour_image(size);
+  Image small = newColourImage(size);
   for (int y = 0; y < size.height; ++y) {
     for (int i = 0; i < size.width * 3; ++i) {
       const int first = (left + i / 3 * factor) * 3 + i % 3;
@@ -63,8 +63,8 @@ Image fit_to_tile(const Image& picture) {
   return small;
 }
 
-Image make_sheet(std::span<const Tile> tiles, const Image& picture) {
-  Image sheet = blank_sheet(static_cast<int>(tiles.size()));
+Image makeSheet(std::span<const Tile> tiles, const Image& picture) {
+  Image sheet = blankSheet(static_cast<int>(tiles.size()));
   for (int i = 0; i < static_cast<int>(tiles.size()); ++i) {
     const ZopImagePoint corner = {kMargin + i % kColumns * kCell.width,
                                   kMargin + i / kColumns * kCell.height};

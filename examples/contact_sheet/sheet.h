@@ -8,10 +8,10 @@
 #include "tiles.h"
 
 // The centre of the picture, made small enough for a tile by averaging squares of pixels.
-Image fit_to_tile(const Image& picture);
+Image fitToTile(const Image& picture);
 
 // Draws every tile from a picture that fits one. Throws std::runtime_error, with the title of the tile, if
 // one fails.
-Image make_sheet(std::span<const Tile> tiles, const Image& picture);
+Image makeSheet(std::span<const Tile> tiles, const Image& picture);
 
 #endif  // CONTACT_SHEET_SHEET_H_

@@ -21,7 +21,7 @@ FT_Face font() {
 }
 
 // The glyph is the share of colour in every pixel, 0..255.
-void blend_glyph(const Image& image, ZopImagePoint corner, const FT_Bitmap& glyph, const Zop8u colour[3]) {
+void blendGlyph(const Image& image, ZopImagePoint corner, const FT_Bitmap& glyph, const Zop8u colour[3]) {
   for (int y = 0; y < static_cast<int>(glyph.rows); ++y) {
     for (int x = 0; x < static_cast<int>(glyph.width); ++x) {
       const ZopImagePoint at = {corner.x + x, corner.y + y};
@@ -37,14 +37,14 @@ void blend_glyph(const Image& image, ZopImagePoint corner, const FT_Bitmap& glyp
 
 }  // namespace
 
-void draw_text(const Image& image, ZopImagePoint start, std::string_view text, const TextStyle& style) {
+void drawText(const Image& image, ZopImagePoint start, std::string_view text, const TextStyle& style) {
   const FT_Face face = font();
   FT_Set_Pixel_Sizes(face, 0, static_cast<FT_UInt>(style.height));
   for (const char letter : text) {
     if (FT_Load_Char(face, static_cast<FT_ULong>(letter), FT_LOAD_RENDER) != 0) continue;
     const FT_GlyphSlot glyph = face->glyph;
-    blend_glyph(image, {start.x + glyph->bitmap_left, start.y - glyph->bitmap_top}, glyph->bitmap,
-                style.colour);
+    blendGlyph(image, {start.x + glyph->bitmap_left, start.y - glyph->bitmap_top}, glyph->bitmap,
+               style.colour);
     start.x += static_cast<int>(glyph->advance.x / 64);
   }
 }

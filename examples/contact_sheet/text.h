@@ -13,6 +13,6 @@ struct TextStyle {
 
 // Draws a line of ASCII text from `start`, a point on the line the letters stand on. What would leave the
 // image is cut off. Throws std::runtime_error if there is no font.
-void draw_text(const Image& image, ZopImagePoint start, std::string_view text, const TextStyle& style);
+void drawText(const Image& image, ZopImagePoint start, std::string_view text, const TextStyle& style);
 
 #endif  // CONTACT_SHEET_TEXT_H_

@@ -6,51 +6,50 @@
 namespace {
 
 // A copy of the picture. Functions that work in place go on from here.
-Image copy_of(const Image& picture) {
-  Image copy = new_colour_image(picture.size);
+Image copyOf(const Image& picture) {
+  Image copy = newColourImage(picture.size);
   check(zopiCopy_8u_C3R(picture.data(), picture.step, copy.data(), copy.step, picture.size));
   return copy;
 }
 
 // One of the three planes, as an image of its own.
-Image plane_of(const Image& picture, int channel) {
-  Image planes[3] = {new_gray_image(picture.size), new_gray_image(picture.size),
-                     new_gray_image(picture.size)};
+Image planeOf(const Image& picture, int channel) {
+  Image planes[3] = {newGrayImage(picture.size), newGrayImage(picture.size), newGrayImage(picture.size)};
   Zop8u* const starts[3] = {planes[0].data(), planes[1].data(), planes[2].data()};
   check(zopiCopy_8u_C3P3R(picture.data(), picture.step, starts, planes[0].step, picture.size));
   return std::move(planes[channel]);
 }
 
 // One plane in its own colour: the other two stay black.
-Image in_its_colour(const Image& picture, int channel) {
-  const Image plane = plane_of(picture, channel);
+Image inItsColour(const Image& picture, int channel) {
+  const Image plane = planeOf(picture, channel);
   const Zop8u black[3] = {0, 0, 0};
-  Image tile = new_colour_image(picture.size);
+  Image tile = newColourImage(picture.size);
   check(zopiSet_8u_C3R(black, tile.data(), tile.step, tile.size));
   check(zopiCopy_8u_C1C3R(plane.data(), plane.step, tile.data() + channel, tile.step, tile.size));
   return tile;
 }
 
-Image red(const Image& picture) { return in_its_colour(picture, 0); }
-Image green(const Image& picture) { return in_its_colour(picture, 1); }
-Image blue(const Image& picture) { return in_its_colour(picture, 2); }
+Image red(const Image& picture) { return inItsColour(picture, 0); }
+Image green(const Image& picture) { return inItsColour(picture, 1); }
+Image blue(const Image& picture) { return inItsColour(picture, 2); }
 
 Image brightened(const Image& picture) {
   const Zop8u amount[3] = {60, 60, 60};
-  Image tile = new_colour_image(picture.size);
+  Image tile = newColourImage(picture.size);
   check(zopiAddC_8u_C3RSfs(picture.data(), picture.step, amount, tile.data(), tile.step, tile.size, 0));
   return tile;
 }
 
 Image halved(const Image& picture) {
   const Zop8u one[3] = {1, 1, 1};
-  Image tile = new_colour_image(picture.size);
+  Image tile = newColourImage(picture.size);
   check(zopiMulC_8u_C3RSfs(picture.data(), picture.step, one, tile.data(), tile.step, tile.size, 1));
   return tile;
 }
 
 Image squared(const Image& picture) {
-  Image tile = new_colour_image(picture.size);
+  Image tile = newColourImage(picture.size);
   check(zopiMul_8u_C3RSfs(picture.data(), picture.step, picture.data(), picture.step, tile.data(), tile.step,
                           tile.size, 8));
   return tile;
@@ -58,14 +57,14 @@ Image squared(const Image& picture) {
 
 Image tinted(const Image& picture) {
   const Zop8u sepia[3] = {150, 118, 84};  // in 128ths
-  Image tile = new_colour_image(picture.size);
+  Image tile = newColourImage(picture.size);
   check(zopiMulC_8u_C3RSfs(picture.data(), picture.step, sepia, tile.data(), tile.step, tile.size, 7));
   return tile;
 }
 
 // The picture moved right and down; what it uncovers keeps the picture.
 Image shifted(const Image& picture, int distance) {
-  Image copy = copy_of(picture);
+  Image copy = copyOf(picture);
   const int dx = std::min(distance, picture.size.width - 1);
   const int dy = std::min(distance, picture.size.height - 1);
   check(zopiCopy_8u_C3R(picture.data(), picture.step, copy.row(dy) + dx * 3, copy.step,
@@ -75,10 +74,10 @@ Image shifted(const Image& picture, int distance) {
 
 Image difference(const Image& picture) {
   const Image neighbours = shifted(picture, 1);
-  Image forth = new_colour_image(picture.size);
+  Image forth = newColourImage(picture.size);
   check(zopiSub_8u_C3RSfs(neighbours.data(), neighbours.step, picture.data(), picture.step, forth.data(),
                           forth.step, forth.size, -2));
-  Image tile = new_colour_image(picture.size);
+  Image tile = newColourImage(picture.size);
   check(zopiSub_8u_C3RSfs(picture.data(), picture.step, neighbours.data(), neighbours.step, tile.data(),
                           tile.step, tile.size, -2));
   // Negative differences are 0, so one of the two is 0 everywhere and their sum is the magnitude.
@@ -88,15 +87,15 @@ Image difference(const Image& picture) {
 
 Image averaged(const Image& picture) {
   const Image other = shifted(picture, 12);
-  Image tile = new_colour_image(picture.size);
+  Image tile = newColourImage(picture.size);
   check(zopiAdd_8u_C3RSfs(picture.data(), picture.step, other.data(), other.step, tile.data(), tile.step,
                           tile.size, 1));
   return tile;
 }
 
-Image filled_outside_ellipse(const Image& picture) {
+Image filledOutsideEllipse(const Image& picture) {
   const ZopImageSize size = picture.size;
-  const Image mask = new_gray_image(size);
+  const Image mask = newGrayImage(size);
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x) {
       const double dx = (2 * x + 1.0) / size.width - 1;
@@ -105,17 +104,17 @@ Image filled_outside_ellipse(const Image& picture) {
     }
   }
   const Zop8u paper[3] = {238, 232, 216};
-  Image tile = copy_of(picture);
+  Image tile = copyOf(picture);
   check(zopiSet_8u_C3MR(paper, tile.data(), tile.step, size, mask.data(), mask.step));
   return tile;
 }
 
-Image replaced_where_dark(const Image& picture) {
+Image replacedWhereDark(const Image& picture) {
   // Scaled by 2 to the power of -7, a sample up to 64 becomes 0: the mask is where green is brighter.
-  const Image mask = plane_of(picture, 1);
+  const Image mask = planeOf(picture, 1);
   check(zopiMulC_8u_C1IRSfs(1, mask.data(), mask.step, mask.size, 7));
   const Zop8u violet[3] = {92, 40, 150};
-  Image tile = new_colour_image(picture.size);
+  Image tile = newColourImage(picture.size);
   check(zopiSet_8u_C3R(violet, tile.data(), tile.step, tile.size));
   check(zopiCopy_8u_C3MR(picture.data(), picture.step, tile.data(), tile.step, tile.size, mask.data(),
                          mask.step));
@@ -123,7 +122,7 @@ Image replaced_where_dark(const Image& picture) {
 }
 
 constexpr Tile kTiles[] = {
-    {"The picture", "zopiCopy_8u_C3R", copy_of},
+    {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
     {"Green plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", green},
     {"Blue plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", blue},
@@ -133,8 +132,8 @@ constexpr Tile kTiles[] = {
     {"Tinted", "zopiMulC_8u_C3RSfs, scale factor 7", tinted},
     {"Four times the difference of neighbours", "zopiSub_8u_C3RSfs, zopiAdd_8u_C3IRSfs", difference},
     {"Averaged with its shifted copy", "zopiAdd_8u_C3RSfs, scale factor 1", averaged},
-    {"Fill outside an ellipse", "zopiSet_8u_C3MR", filled_outside_ellipse},
-    {"A colour where green is dark", "zopiMulC_8u_C1IRSfs, zopiCopy_8u_C3MR", replaced_where_dark},
+    {"Fill outside an ellipse", "zopiSet_8u_C3MR", filledOutsideEllipse},
+    {"A colour where green is dark", "zopiMulC_8u_C1IRSfs, zopiCopy_8u_C3MR", replacedWhereDark},
 };
 
 }  // namespace

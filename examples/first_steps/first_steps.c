@@ -14,7 +14,7 @@ static void check(ZopStatus status) {
   }
 }
 
-static void print_samples(const char* title, const Zop8u* row, int width) {
+static void printSamples(const char* title, const Zop8u* row, int width) {
   printf("%-20s", title);
   for (int x = 0; x < width; x += width / 8) printf("%5d", row[x]);
   printf("\n");
@@ -36,25 +36,25 @@ int main(void) {
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x) image[y * step + x] = (Zop8u)x;
   }
-  print_samples("gradient", image, size.width);
+  printSamples("gradient", image, size.width);
 
   /* Brighten by 50. Results beyond 255 stay at 255. "I" in a name means in place: the image is its own
    * destination. "Sfs" means that a scale factor follows; 0 leaves the sum as it is. */
   check(zopiAddC_8u_C1IRSfs(50, image, step, size, 0));
-  print_samples("brightened by 50", image, size.width);
+  printSamples("brightened by 50", image, size.width);
 
   /* Halve. The product with 1 is scaled by 2 to the power of -1; results are rounded, halves to even. */
   check(zopiMulC_8u_C1IRSfs(1, image, step, size, 1));
-  print_samples("halved", image, size.width);
+  printSamples("halved", image, size.width);
 
   /* A region of interest is a pointer to its first pixel and a size: here the right half of the image. */
   const ZopImageSize half = {size.width / 2, size.height};
   check(zopiSet_8u_C1R(7, image + half.width, step, half));
-  print_samples("right half set to 7", image, size.width);
+  printSamples("right half set to 7", image, size.width);
 
   /* A bad argument is reported, and the image stays as it is. */
-  const ZopImageSize no_rows = {size.width, 0};
-  const ZopStatus status = zopiSet_8u_C1R(0, image, step, no_rows);
+  const ZopImageSize noRows = {size.width, 0};
+  const ZopStatus status = zopiSet_8u_C1R(0, image, step, noRows);
   printf("a region without rows: status %d%s\n", (int)status,
          status == zopStatusBadSize ? ", zopStatusBadSize" : "");
 

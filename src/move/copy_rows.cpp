@@ -195,11 +195,18 @@ HWY_INLINE void mapPixels(Move move, Pixels<const T, kIn> in, Pixels<T, kOut> ou
         const std::ptrdiff_t head = alignedPixel(out);
         if (head < N) {
           if (head > 0) move(d, in.at, out.at);
-          for (advance(head); left >= N; advance(N)) move.template operator()<true>(d, in.at, out.at);
+          advance(head);
+          while (left >= N) {
+            move.template operator()<true>(d, in.at, out.at);
+            advance(N);
+          }
         }
       }
     }
-    for (; left - (n - direct) >= N; advance(N)) move(d, in.at, out.at);
+    while (left - (n - direct) >= N) {
+      move(d, in.at, out.at);
+      advance(N);
+    }
     if (left == 0) continue;
     if (whole && n >= N) {
       advance(left - N);
