@@ -148,7 +148,7 @@ ZopStatus withImage(Image<const T> a, std::type_identity_t<Image<const T>> b, Im
     return zopStatusOk;
   }
   const Step step = truncates ? truncatingStep<Real>(scaleFactor) : roundingStep<Real>(scaleFactor);
-  const ScaledRows<Real>& rows = scaledTable<Real>().rows[operation][step.route];
+  const ScaledRow<Real>& rows = scaledTable().of<Real>().rows[operation][step.route];
 
   if constexpr (keepsAlpha) {
     walkSerial(
@@ -206,7 +206,7 @@ ZopStatus withPattern(std::type_identity_t<Image<const T>> source,
     return zopStatusOk;
   }
   const Step step = truncates ? truncatingStep<Real>(scaleFactor) : roundingStep<Real>(scaleFactor);
-  const ScaledRows<Real>& rows = scaledTable<Real>().rows[operation][step.route];
+  const ScaledRow<Real>& rows = scaledTable().of<Real>().rows[operation][step.route];
   const Extent e = extent(size, RealLayout<Layout, T>::channels);
   const Image<const Real> operand = source.template as<Real>();
   const Image<Real> result = out.template as<Real>();

@@ -211,7 +211,7 @@ void constantRowsKeeping(const Pattern<T>& a, Image<const T> b, Image<T> out, Ex
 
 // Which rows an operation on samples of type T has.
 template <class Op, class T>
-constexpr void fill(ScaledRows<T> (&rows)[kScaleRoutes]) {
+constexpr void fill(ScaledRow<T> (&rows)[kScaleRoutes]) {
   constexpr bool kComplexOnly = sizeof(T) == 4 || std::is_same_v<Op, MulComplex>;
   constexpr bool kComplex = sizeof(T) > 1 && !std::is_same_v<Op, Mul>;
   using Saturate = Scaled<Op, kSaturate>;
@@ -239,8 +239,8 @@ constexpr void fill(ScaledRows<T> (&rows)[kScaleRoutes]) {
 }
 
 template <class T>
-constexpr ScaledTable<T> makeTable() {
-  ScaledTable<T> table{};
+constexpr ScaledRows<T> rowsOf() {
+  ScaledRows<T> table{};
   fill<Add>(table.rows[kAdd]);
   fill<Sub>(table.rows[kSub]);
   if constexpr (sizeof(T) < 4) fill<Mul>(table.rows[kMul]);
@@ -248,14 +248,11 @@ constexpr ScaledTable<T> makeTable() {
   return table;
 }
 
-template <class T>
-constexpr ScaledTable<T> kTable = makeTable<T>();
+constexpr ScaledTable kTable = {rowsOf<Zop8u>(), rowsOf<Zop16s>(), rowsOf<Zop32s>()};
 
 }  // namespace
 
-const ScaledTable<Zop8u>* scaledTable8u() { return &kTable<Zop8u>; }
-const ScaledTable<Zop16s>* scaledTable16s() { return &kTable<Zop16s>; }
-const ScaledTable<Zop32s>* scaledTable32s() { return &kTable<Zop32s>; }
+const ScaledTable* scaledTableOfTarget() { return &kTable; }
 
 }  // namespace HWY_NAMESPACE
 }  // namespace zopi
@@ -264,22 +261,9 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace zopi {
 
-HWY_EXPORT(scaledTable8u);
-HWY_EXPORT(scaledTable16s);
-HWY_EXPORT(scaledTable32s);
+HWY_EXPORT(scaledTableOfTarget);
 
-template <>
-const ScaledTable<Zop8u>& scaledTable() {
-  return *HWY_DYNAMIC_DISPATCH(scaledTable8u)();
-}
-template <>
-const ScaledTable<Zop16s>& scaledTable() {
-  return *HWY_DYNAMIC_DISPATCH(scaledTable16s)();
-}
-template <>
-const ScaledTable<Zop32s>& scaledTable() {
-  return *HWY_DYNAMIC_DISPATCH(scaledTable32s)();
-}
+const ScaledTable& scaledTable() { return *HWY_DYNAMIC_DISPATCH(scaledTableOfTarget)(); }
 
 }  // namespace zopi
 #endif

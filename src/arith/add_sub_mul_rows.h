@@ -3,6 +3,7 @@
 
 #include "core/image.h"
 #include "core/pattern.h"
+#include "core/row_table.h"
 
 namespace zopi {
 
@@ -16,9 +17,9 @@ enum ScaledOperation { kAdd, kSub, kMul, kMulComplex, kScaledOperations };
 enum ScaleRoute { kSaturate, kHalve, kRound, kLift, kTruncate, kScaleRoutes };
 
 // The rows of one operation and route. The written samples of the keeping ones are all ones, those that keep
-// their values are 0.
+// their values are 0. A difference is b - a. Complex products take rows of real and imaginary parts in turn.
 template <class T>
-struct ScaledRows {
+struct ScaledRow {
   void (*image)(Image<const T> a, Image<const T> b, Image<T> out, Extent e, int shift);
   void (*imageKeeping)(Image<const T> a, Image<const T> b, Image<T> out, Extent e, int shift,
                        const Pattern<T>& written);
@@ -27,14 +28,15 @@ struct ScaledRows {
                           const Pattern<T>& written);
 };
 
+// What no plan asks for is null: complex and truncated 8u, real products of 32s.
 template <class T>
-struct ScaledTable {
-  ScaledRows<T> rows[kScaledOperations][kScaleRoutes];
+struct ScaledRows {
+  ScaledRow<T> rows[kScaledOperations][kScaleRoutes];
 };
 
-// The rows for this machine. A difference is b - a. Complex products take rows of real and imaginary parts in
-// turn. What a table does not serve is null: complex and truncated 8u, real products of 32s.
-template <class T>
-const ScaledTable<T>& scaledTable();
+using ScaledTable = RowTable<ScaledRows, Zop8u, Zop16s, Zop32s>;
+
+// The rows for this machine.
+const ScaledTable& scaledTable();
 
 }  // namespace zopi

@@ -20,7 +20,7 @@ ZopStatus absKeepingAlpha(Image<const T> src, Image<T> dst, ZopImageSize size) {
   if (scratch == nullptr) return zopStatusNoMemory;
   const Image<T> row = {scratch, 0};
   for (int y = 0; y < size.height; ++y) {
-    absRow<T>()(src.from(y), row, {count, 1});
+    absTable().template of<T>().row(src.from(y), row, {count, 1});
     copyColours<T>(row, dst.from(y), {size.width, 1});
   }
   return zopStatusOk;
@@ -33,7 +33,7 @@ ZopStatus magnitudes(std::type_identity_t<Image<const T>> src, Image<T> dst, Zop
     src = inWholeSamples(src);
     dst = inWholeSamples(dst);
   }
-  walkSerial(extent(size, Layout::channels), absRow<T>(), src, dst);
+  walkSerial(extent(size, Layout::channels), absTable().template of<T>().row, src, dst);
   return zopStatusOk;
 }
 

@@ -11,6 +11,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace zopi {
 namespace HWY_NAMESPACE {
+namespace {
 
 struct Abs {
   static constexpr bool kShort = true;
@@ -24,13 +25,16 @@ struct Abs {
   }
 };
 
-void rowAbs_16s(Image<const Zop16s> src, Image<Zop16s> dst, Extent e) {
-  mapRows(Tag<Zop16s>(), Abs(), dst, e, ImageOperand<Tag<Zop16s>>{src});
+template <class T>
+void rowAbs(Image<const T> src, Image<T> dst, Extent e) {
+  mapRows(Tag<T>(), Abs(), dst, e, ImageOperand<Tag<T>>{src});
 }
 
-void rowAbs_32f(Image<const Zop32f> src, Image<Zop32f> dst, Extent e) {
-  mapRows(Tag<Zop32f>(), Abs(), dst, e, ImageOperand<Tag<Zop32f>>{src});
-}
+constexpr AbsTable kTable = {{rowAbs<Zop16s>}, {rowAbs<Zop32f>}};
+
+}  // namespace
+
+const AbsTable* absTableOfTarget() { return &kTable; }
 
 }  // namespace HWY_NAMESPACE
 }  // namespace zopi
@@ -39,17 +43,9 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace zopi {
 
-HWY_EXPORT(rowAbs_16s);
-HWY_EXPORT(rowAbs_32f);
+HWY_EXPORT(absTableOfTarget);
 
-template <>
-AbsRow<Zop16s> absRow() {
-  return HWY_DYNAMIC_DISPATCH(rowAbs_16s);
-}
-template <>
-AbsRow<Zop32f> absRow() {
-  return HWY_DYNAMIC_DISPATCH(rowAbs_32f);
-}
+const AbsTable& absTable() { return *HWY_DYNAMIC_DISPATCH(absTableOfTarget)(); }
 
 }  // namespace zopi
 #endif

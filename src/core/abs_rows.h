@@ -2,14 +2,18 @@
 #pragma once
 
 #include "core/image.h"
+#include "core/row_table.h"
 
 namespace zopi {
 
 template <class T>
-using AbsRow = void (*)(Image<const T> src, Image<T> dst, Extent e);
+struct AbsRows {
+  void (*row)(Image<const T> src, Image<T> dst, Extent e);  // dst may be src
+};
 
-// The row for this machine, for 16s and 32f. `dst` may be `src`.
-template <class T>
-AbsRow<T> absRow();
+using AbsTable = RowTable<AbsRows, Zop16s, Zop32f>;
+
+// The rows for this machine.
+const AbsTable& absTable();
 
 }  // namespace zopi

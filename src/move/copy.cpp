@@ -23,27 +23,29 @@ ZopStatus walkPixels(Image<const T> src, Image<T> dst, ZopImageSize size, Row ro
 template <class Layout, class T>
 ZopStatus copyChannel(Image<const T> src, Image<T> dst, ZopImageSize size) {
   constexpr int n = Layout::channels;
-  return walkPixels<n, n>(src, dst, size, copyRows<BitsOf<T>>().channel[n]);
+  return walkPixels<n, n>(src, dst, size, copyTable().template of<BitsOf<T>>().channel[n]);
 }
 
 template <class Layout, class T>
 ZopStatus extractChannel(Image<const T> src, Image<T> dst, ZopImageSize size) {
-  return walkPixels<Layout::channels, 1>(src, dst, size, copyRows<BitsOf<T>>().extract[Layout::channels]);
+  return walkPixels<Layout::channels, 1>(src, dst, size,
+                                         copyTable().template of<BitsOf<T>>().extract[Layout::channels]);
 }
 
 template <class Layout, class T>
 ZopStatus insertChannel(Image<const T> src, Image<T> dst, ZopImageSize size) {
-  return walkPixels<1, Layout::channels>(src, dst, size, copyRows<BitsOf<T>>().insert[Layout::channels]);
+  return walkPixels<1, Layout::channels>(src, dst, size,
+                                         copyTable().template of<BitsOf<T>>().insert[Layout::channels]);
 }
 
 template <class T>
 ZopStatus dropAlpha(Image<const T> src, Image<T> dst, ZopImageSize size) {
-  return walkPixels<4, 3>(src, dst, size, copyRows<BitsOf<T>>().dropAlpha);
+  return walkPixels<4, 3>(src, dst, size, copyTable().template of<BitsOf<T>>().dropAlpha);
 }
 
 template <class T>
 ZopStatus widenKeepingAlpha(Image<const T> src, Image<T> dst, ZopImageSize size) {
-  return walkPixels<3, 4>(src, dst, size, copyRows<BitsOf<T>>().widenKeepingAlpha);
+  return walkPixels<3, 4>(src, dst, size, copyTable().template of<BitsOf<T>>().widenKeepingAlpha);
 }
 
 template <class T, std::size_t>
@@ -54,7 +56,7 @@ template <class Layout, class T, int kChannels, std::size_t... kPlane>
 void splitPlanes(Image<const T> src, Planes<T, kChannels> dst, ZopImageSize size,
                  std::index_sequence<kPlane...>) {
   using Bits = BitsOf<T>;
-  const auto row = copyRows<Bits>().split[kChannels];
+  const auto row = copyTable().template of<Bits>().split[kChannels];
   const auto body = [&](Image<const Bits, kChannels> from, PlaneOf<Bits, kPlane>... to, Extent band) {
     const Image<Bits> planes[] = {to...};
     row(from.template as<Bits, 1>(), planes, band);
@@ -67,7 +69,7 @@ template <class Layout, class T, int kChannels, std::size_t... kPlane>
 void joinPlanes(Planes<const T, kChannels> src, Image<T> dst, ZopImageSize size,
                 std::index_sequence<kPlane...>) {
   using Bits = BitsOf<T>;
-  const auto row = copyRows<Bits>().join[kChannels];
+  const auto row = copyTable().template of<Bits>().join[kChannels];
   const auto body = [&](PlaneOf<const Bits, kPlane>... from, Image<Bits, kChannels> to, Extent band) {
     const Image<const Bits> planes[] = {from...};
     row(planes, to.template as<Bits, 1>(), band);
@@ -91,7 +93,7 @@ ZopStatus join(Planes<const T, kChannels> src, Image<T> dst, ZopImageSize size) 
 template <class Layout, class T>
 ZopStatus copyMasked(Image<const T> src, Image<T> dst, ZopImageSize size, Image<const Zop8u> mask) {
   using Bits = BitsOf<T>;
-  const CopyRows<Bits>& rows = copyRows<Bits>();
+  const CopyRows<Bits>& rows = copyTable().template of<Bits>();
   const auto row = std::is_same_v<Layout, AC4> ? rows.maskedColours : rows.masked[Layout::channels];
   row(src.template as<Bits>(), dst.template as<Bits>(), extent(size), mask);
   return zopStatusOk;

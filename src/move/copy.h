@@ -12,7 +12,7 @@ namespace zopi {
 template <class Layout, class T>
 ZopStatus copyPixels(Image<const T> src, Image<T> dst, ZopImageSize size) {
   using Bits = BitsOf<T>;
-  walkSerial(extent(size, Layout::channels), copyRows<Bits>().samples, src.template as<Bits>(),
+  walkSerial(extent(size, Layout::channels), copyTable().template of<Bits>().samples, src.template as<Bits>(),
              dst.template as<Bits>());
   return zopStatusOk;
 }
@@ -21,7 +21,7 @@ ZopStatus copyPixels(Image<const T> src, Image<T> dst, ZopImageSize size) {
 template <class T>
 ZopStatus copyColours(Image<const T> src, Image<T> dst, ZopImageSize size) {
   using Bits = BitsOf<T>;
-  copyRows<Bits>().colours(src.template as<Bits>(), dst.template as<Bits>(), extent(size));
+  copyTable().template of<Bits>().colours(src.template as<Bits>(), dst.template as<Bits>(), extent(size));
   return zopStatusOk;
 }
 

@@ -237,7 +237,7 @@ void rowJoin(const Image<const T>* planes, Image<T> dst, Extent pixels) {
 }
 
 template <class T>
-constexpr CopyRows<T> kTable = {
+constexpr CopyRows<T> kRows = {
     rowCopy<T>,
     rowCopyColours<4, 3, T>,
     {nullptr, nullptr, nullptr, rowCopyColours<3, 1, T>, rowCopyColours<4, 1, T>},
@@ -251,11 +251,11 @@ constexpr CopyRows<T> kTable = {
     rowCopyMasked<4, 3, T>,
 };
 
+constexpr CopyTable kTable = {kRows<uint8_t>, kRows<uint16_t>, kRows<uint32_t>};
+
 }  // namespace
 
-const CopyRows<uint8_t>* copyRows8() { return &kTable<uint8_t>; }
-const CopyRows<uint16_t>* copyRows16() { return &kTable<uint16_t>; }
-const CopyRows<uint32_t>* copyRows32() { return &kTable<uint32_t>; }
+const CopyTable* copyTableOfTarget() { return &kTable; }
 
 }  // namespace HWY_NAMESPACE
 }  // namespace zopi
@@ -264,22 +264,9 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace zopi {
 
-HWY_EXPORT(copyRows8);
-HWY_EXPORT(copyRows16);
-HWY_EXPORT(copyRows32);
+HWY_EXPORT(copyTableOfTarget);
 
-template <>
-const CopyRows<uint8_t>& copyRows() {
-  return *HWY_DYNAMIC_DISPATCH(copyRows8)();
-}
-template <>
-const CopyRows<uint16_t>& copyRows() {
-  return *HWY_DYNAMIC_DISPATCH(copyRows16)();
-}
-template <>
-const CopyRows<uint32_t>& copyRows() {
-  return *HWY_DYNAMIC_DISPATCH(copyRows32)();
-}
+const CopyTable& copyTable() { return *HWY_DYNAMIC_DISPATCH(copyTableOfTarget)(); }
 
 }  // namespace zopi
 #endif

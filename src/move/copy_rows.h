@@ -1,7 +1,10 @@
 // Rows of copies between layouts. Samples are bits here: one table serves all types of a size.
 #pragma once
 
+#include <cstdint>
+
 #include "core/image.h"
+#include "core/row_table.h"
 
 namespace zopi {
 
@@ -27,8 +30,9 @@ struct CopyRows {
   void (*maskedColours)(Image<const T> src, Image<T> dst, Extent pixels, Image<const Zop8u> mask);
 };
 
-// The rows for this machine, for samples of 1, 2 or 4 bytes.
-template <class T>
-const CopyRows<T>& copyRows();
+using CopyTable = RowTable<CopyRows, std::uint8_t, std::uint16_t, std::uint32_t>;
+
+// The rows for this machine.
+const CopyTable& copyTable();
 
 }  // namespace zopi

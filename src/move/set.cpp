@@ -7,14 +7,15 @@ namespace {
 template <class Layout, class T>
 ZopStatus setChannel(T value, Image<T> dst, ZopImageSize size) {
   using Bits = BitsOf<T>;
-  setRows<Bits>().channel[Layout::channels](bitPattern<C1>(&value), dst.template as<Bits>(), extent(size));
+  setTable().template of<Bits>().channel[Layout::channels](bitPattern<C1>(&value), dst.template as<Bits>(),
+                                                           extent(size));
   return zopStatusOk;
 }
 
 template <class Layout, class T>
 ZopStatus setMasked(const T* values, Image<T> dst, ZopImageSize size, Image<const Zop8u> mask) {
   using Bits = BitsOf<T>;
-  const SetRows<Bits>& rows = setRows<Bits>();
+  const SetRows<Bits>& rows = setTable().template of<Bits>();
   const auto row = std::is_same_v<Layout, AC4> ? rows.maskedColours : rows.masked[Layout::channels];
   row(bitPattern<Layout>(values), dst.template as<Bits>(), extent(size), mask);
   return zopStatusOk;

@@ -26,7 +26,7 @@ template <class Layout, class T>
 ZopStatus setPixels(const T* values, Image<T> dst, ZopImageSize size) {
   using Bits = BitsOf<T>;
   const Pattern<Bits> pattern = bitPattern<Layout>(values);
-  const auto row = setRows<Bits>().samples;
+  const auto row = setTable().template of<Bits>().samples;
   walkSerial(
       extent(size, Layout::channels), [&](Image<Bits> to, Extent band) { row(pattern, to, band); },
       dst.template as<Bits>());
@@ -42,7 +42,7 @@ ZopStatus setPixels(T value, Image<T> dst, ZopImageSize size) {
 template <class T>
 ZopStatus setColours(const T* values, Image<T> dst, ZopImageSize size) {
   using Bits = BitsOf<T>;
-  setRows<Bits>().colours(bitPattern<AC4>(values), dst.template as<Bits>(), extent(size));
+  setTable().template of<Bits>().colours(bitPattern<AC4>(values), dst.template as<Bits>(), extent(size));
   return zopStatusOk;
 }
 

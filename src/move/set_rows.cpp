@@ -65,7 +65,7 @@ void rowSetMasked(const Pattern<T>& values, Image<T> dst, Extent pixels, Image<c
 }
 
 template <class T>
-constexpr SetRows<T> kTable = {
+constexpr SetRows<T> kRows = {
     rowSet<T>,
     rowSetColours<4, 3, T>,
     {nullptr, nullptr, nullptr, rowSetColours<3, 1, T>, rowSetColours<4, 1, T>},
@@ -73,11 +73,11 @@ constexpr SetRows<T> kTable = {
     rowSetMasked<4, 3, T>,
 };
 
+constexpr SetTable kTable = {kRows<uint8_t>, kRows<uint16_t>, kRows<uint32_t>};
+
 }  // namespace
 
-const SetRows<uint8_t>* setRows8() { return &kTable<uint8_t>; }
-const SetRows<uint16_t>* setRows16() { return &kTable<uint16_t>; }
-const SetRows<uint32_t>* setRows32() { return &kTable<uint32_t>; }
+const SetTable* setTableOfTarget() { return &kTable; }
 
 }  // namespace HWY_NAMESPACE
 }  // namespace zopi
@@ -86,22 +86,9 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace zopi {
 
-HWY_EXPORT(setRows8);
-HWY_EXPORT(setRows16);
-HWY_EXPORT(setRows32);
+HWY_EXPORT(setTableOfTarget);
 
-template <>
-const SetRows<uint8_t>& setRows() {
-  return *HWY_DYNAMIC_DISPATCH(setRows8)();
-}
-template <>
-const SetRows<uint16_t>& setRows() {
-  return *HWY_DYNAMIC_DISPATCH(setRows16)();
-}
-template <>
-const SetRows<uint32_t>& setRows() {
-  return *HWY_DYNAMIC_DISPATCH(setRows32)();
-}
+const SetTable& setTable() { return *HWY_DYNAMIC_DISPATCH(setTableOfTarget)(); }
 
 }  // namespace zopi
 #endif

@@ -1,8 +1,11 @@
 // Rows of fills. Samples are bits here: one table serves all types of a size.
 #pragma once
 
+#include <cstdint>
+
 #include "core/image.h"
 #include "core/pattern.h"
+#include "core/row_table.h"
 
 namespace zopi {
 
@@ -16,8 +19,9 @@ struct SetRows {
   void (*maskedColours)(const Pattern<T>& values, Image<T> dst, Extent pixels, Image<const Zop8u> mask);
 };
 
-// The rows for this machine, for samples of 1, 2 or 4 bytes.
-template <class T>
-const SetRows<T>& setRows();
+using SetTable = RowTable<SetRows, std::uint8_t, std::uint16_t, std::uint32_t>;
+
+// The rows for this machine.
+const SetTable& setTable();
 
 }  // namespace zopi
