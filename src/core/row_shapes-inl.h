@@ -301,9 +301,9 @@ HWY_INLINE void mapMasked(D d, Image<hn::TFromD<D>> out, Extent pixels, Image<co
     masks.row(y);
     operand.row(y);
     old.row(y);
-    // The last pixels overlap those before, for a pixel may be chosen twice.
-    for (std::ptrdiff_t i = 0; i<n; i = n - i> N && n - i < 2 * N ? n - N : i + N) {
-      const std::ptrdiff_t count = n - i < N ? n - i : N;
+    for (std::ptrdiff_t next = 0; next < n; next += N) {
+      // The last pixels overlap those before, for a pixel may be chosen twice.
+      const std::ptrdiff_t count = HWY_MIN(N, n), i = HWY_MIN(next, n - count);
       const auto chosen = masks.edge(d, i, count);
       HWY_ALIGN T channels[Channels * N];
       if constexpr (Channels == 3) hn::StoreInterleaved3(chosen, chosen, chosen, d, channels);
