@@ -4,6 +4,7 @@
 #include <omp.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 #include "support/targets.h"
@@ -94,6 +95,14 @@ std::string describe(const Call& call, const Shape& shape) {
   for (const int p : call.parameters) text += " " + std::to_string(p);
   return text;
 }
+
+// Says at the end how much a program compared.
+class Report : public testing::Environment {
+  void TearDown() override {
+    if (calls > 0) std::printf("%ld calls compared with their reference\n", calls);
+  }
+};
+[[maybe_unused]] const testing::Environment* const report = testing::AddGlobalTestEnvironment(new Report);
 
 bool isConstantByValue(const Argument& argument) {
   return argument.role == Role::Value && std::strcmp(argument.name, "value") == 0;
@@ -234,7 +243,5 @@ void onEveryTargetAndTeam(const std::function<void(bool everyShape)>& body) {
   }
   omp_set_num_threads(team);
 }
-
-long callsCompared() { return calls; }
 
 }  // namespace sweep

@@ -81,7 +81,4 @@ std::vector<const registry::Function*> functionsOf(const std::string& operation)
 // Runs `body` on every vector target with one thread, then on the best target with teams of 2, 3 and 5.
 void onEveryTargetAndTeam(const std::function<void(bool everyShape)>& body);
 
-// The number of calls compared so far, for the report.
-long callsCompared();
-
 }  // namespace sweep
