@@ -78,6 +78,7 @@ HWY_INLINE void storePart(D d, V v, hn::TFromD<D>* out, std::ptrdiff_t n) {
 
 // Operands of a map. `at(d, i, k)` is the vector at sample i, the k-th since `begin` or the last `advance`,
 // which tells how many vectors have been taken. `edge(d, i, n)` is the vector of n samples at any sample i.
+// `held` is the operand for a loop of long steps.
 template <class D>
 struct ImageOperand {
   using T = hn::TFromD<D>;
@@ -88,6 +89,7 @@ struct ImageOperand {
   HWY_INLINE void begin(std::ptrdiff_t) {}
   template <int Count>
   HWY_INLINE void advance() {}
+  HWY_INLINE const ImageOperand& held(D) const { return *this; }
   HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t i, int) const { return hn::LoadU(d, samples + i); }
   HWY_INLINE hn::Vec<D> edge(D d, std::ptrdiff_t i, std::ptrdiff_t n) const {
     return loadPart(d, samples + i, n);
@@ -98,7 +100,7 @@ struct ImageOperand {
   }
 };
 
-// A mask of one byte a sample, as lanes of ones and zeros.
+// A mask of one byte a sample, in lanes of the samples' width.
 template <class D>
 struct MaskOperand {
   using D8 = hn::Rebind<uint8_t, D>;
@@ -109,14 +111,12 @@ struct MaskOperand {
   HWY_INLINE void begin(std::ptrdiff_t) {}
   template <int Count>
   HWY_INLINE void advance() {}
-  HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t i, int) const { return lanes(d, hn::LoadU(D8(), bytes + i)); }
-  HWY_INLINE hn::Vec<D> edge(D d, std::ptrdiff_t i, std::ptrdiff_t n) const {
-    return lanes(d, loadPart(D8(), bytes + i, n));
+  HWY_INLINE const MaskOperand& held(D) const { return *this; }
+  HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t i, int) const {
+    return promoteBytes(d, hn::LoadU(D8(), bytes + i));
   }
-
- private:
-  static HWY_INLINE hn::Vec<D> lanes(D d, hn::Vec<D8> v) {
-    return hn::VecFromMask(d, hn::Not(hn::Eq(promoteBytes(d, v), hn::Zero(d))));
+  HWY_INLINE hn::Vec<D> edge(D d, std::ptrdiff_t i, std::ptrdiff_t n) const {
+    return promoteBytes(d, loadPart(D8(), bytes + i, n));
   }
 };
 
@@ -144,6 +144,18 @@ struct PatternOperand {
   HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t, int k) const {
     return hn::LoadU(d, samples + phase + k * kLanes<D>);
   }
+
+  // In registers: a store of bytes might change the samples, for all the compiler knows.
+  struct Held {
+    hn::Vec<D> vectors[kStep<D>];
+    HWY_INLINE hn::Vec<D> at(D, std::ptrdiff_t, int k) const { return vectors[k]; }
+  };
+  HWY_INLINE Held held(D d) const { return hold(d, std::make_integer_sequence<int, kStep<D>>()); }
+  template <int... K>
+  HWY_INLINE Held hold(D d, std::integer_sequence<int, K...>) const {
+    return {{at(d, 0, K)...}};
+  }
+
   HWY_INLINE hn::Vec<D> edge(D d, std::ptrdiff_t i, std::ptrdiff_t) const {
     return hn::LoadU(d, samples + i % kPatternSamples);
   }
@@ -167,11 +179,11 @@ HWY_INLINE bool isAligned(D, const hn::TFromD<D>* out) {
   return reinterpret_cast<std::uintptr_t>(out) % (kLanes<D> * sizeof(*out)) == 0;
 }
 
-// `Count` vectors from sample i on: all are read before the first is stored, which keeps loads from waiting
-// for stores.
+// Vectors from sample i on: all are read before the first is stored, which keeps loads from waiting for
+// stores.
 template <class D, class Op, int... K, class... S>
 HWY_INLINE void mapVectors(D d, const Op& op, hn::TFromD<D>* out, bool stream, std::ptrdiff_t i,
-                           std::integer_sequence<int, K...>, S&... s) {
+                           std::integer_sequence<int, K...>, const S&... s) {
   constexpr std::ptrdiff_t N = kLanes<D>;
   const auto one = [&](int k) HWY_ATTR { return op(d, s.at(d, i + k * N, k)...); };
   const hn::Vec<D> results[] = {one(K)...};
@@ -180,7 +192,16 @@ HWY_INLINE void mapVectors(D d, const Op& op, hn::TFromD<D>* out, bool stream, s
   } else {
     (store<false>(d, results[K], out + i + K * N), ...);
   }
-  (s.template advance<sizeof...(K)>(), ...);
+}
+
+template <class D, class Op, class... S>
+HWY_INLINE std::ptrdiff_t mapLongSteps(D d, const Op& op, hn::TFromD<D>* out, std::ptrdiff_t i,
+                                       std::ptrdiff_t n, bool stream, const S&... s) {
+  constexpr std::ptrdiff_t kSamples = kStep<D> * kLanes<D>;
+  for (; i + kSamples <= n; i += kSamples) {
+    mapVectors(d, op, out, stream, i, std::make_integer_sequence<int, kStep<D>>(), s...);
+  }
+  return i;
 }
 
 // One row of a map. The arithmetic stands in the loops, whose stores are aligned, and once more for the
@@ -203,13 +224,11 @@ HWY_INLINE void mapRow(D d, const Op& op, hn::TFromD<D>* out, std::ptrdiff_t n, 
   std::ptrdiff_t i = head;
   stream = stream && isAligned(d, out + head);
   (s.begin(i), ...);
-  if constexpr (isShort<Op>()) {
-    constexpr int kSteps = kStep<D>;
-    for (; i + kSteps * N <= n; i += kSteps * N) {
-      mapVectors(d, op, out, stream, i, std::make_integer_sequence<int, kSteps>(), s...);
-    }
+  if constexpr (isShort<Op>()) i = mapLongSteps(d, op, out, i, n, stream, s.held(d)...);
+  for (; i + N <= n; i += N) {
+    mapVectors(d, op, out, stream, i, std::integer_sequence<int, 0>(), s...);
+    (s.template advance<1>(), ...);
   }
-  for (; i + N <= n; i += N) mapVectors(d, op, out, stream, i, std::integer_sequence<int, 0>(), s...);
 
   if (head > 0) hn::StoreU(overlap ? first : last, d, out);
   if (overlap) storePart(d, last, out + n - part, part);
@@ -238,8 +257,8 @@ struct Same {
 struct Choose {
   static constexpr bool kShort = true;
   template <class D, class V>
-  HWY_INLINE V operator()(D, V chosen, V value, V old) const {
-    return hn::IfVecThenElse(chosen, value, old);
+  HWY_INLINE V operator()(D d, V mask, V value, V old) const {
+    return hn::IfThenElse(hn::Eq(mask, hn::Zero(d)), old, value);
   }
 };
 
@@ -304,7 +323,7 @@ HWY_INLINE void mapMasked(D d, Image<hn::TFromD<D>> out, Extent pixels, Image<co
     for (std::ptrdiff_t next = 0; next < n; next += N) {
       // The last pixels overlap those before, for a pixel may be chosen twice.
       const std::ptrdiff_t count = HWY_MIN(N, n), i = HWY_MIN(next, n - count);
-      const auto chosen = masks.edge(d, i, count);
+      const auto chosen = hn::VecFromMask(d, hn::Not(hn::Eq(masks.edge(d, i, count), hn::Zero(d))));
       HWY_ALIGN T channels[Channels * N];
       if constexpr (Channels == 3) hn::StoreInterleaved3(chosen, chosen, chosen, d, channels);
       if constexpr (Channels == 4) {
