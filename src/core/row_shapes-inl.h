@@ -313,7 +313,10 @@ HWY_INLINE void mapMasked(D d, Image<hn::TFromD<D>> out, Extent pixels, Image<co
   constexpr std::ptrdiff_t N = kLanes<D>;
   MaskOperand<D> masks{mask};
   ImageOperand<D> old{out};
-  if constexpr (Channels == 1) return mapRows(d, Choose(), out, pixels, masks, operand, old);
+  // Its own output is an operand, so there is nothing to gain from stores past the caches.
+  if constexpr (Channels == 1) {
+    return mapRows(d, Choose(), out, {pixels.length, pixels.rows}, masks, operand, old);
+  }
   const std::ptrdiff_t n = pixels.length;
   for (std::ptrdiff_t y = 0; y < pixels.rows; ++y) {
     T* to = out.row(y);

@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #include "core/image.h"
 #include "core/memory.h"
@@ -78,6 +79,16 @@ template <class Body, class... I>
 void walkSerial(Extent e, const Body& body, I... images) {
   e.stream = walk::streams(e, images...);
   walk::band(e, body, images...);
+}
+
+// The same for images of different layouts, each counted in its own unit a pixel. The body knows the layouts:
+// it gets the images as samples, and an extent in pixels.
+template <class Body, class... T, int... kUnit>
+void walkPixels(ZopImageSize size, const Body& body, Image<T, kUnit>... images) {
+  walkSerial(
+      extent(size),
+      [&](Image<T, kUnit>... band, Extent e) { body(band.template as<std::remove_const_t<T>, 1>()..., e); },
+      images...);
 }
 
 // The rows shared by a team where `parallel` holds, else the whole region on the calling thread. A team of

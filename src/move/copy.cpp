@@ -6,46 +6,40 @@
 namespace zopi {
 namespace {
 
-// Walks the pixels of two interleaved images that hold `kFrom` and `kTo` samples a pixel. A row function
-// counts pixels and knows the layouts.
+// Moves between images that hold `kFrom` and `kTo` samples a pixel.
 template <int kFrom, int kTo, class T, class Row>
-ZopStatus walkPixels(Image<const T> src, Image<T> dst, ZopImageSize size, Row row) {
+ZopStatus movePixels(Image<const T> src, Image<T> dst, ZopImageSize size, Row row) {
   using Bits = BitsOf<T>;
-  walkSerial(
-      extent(size),
-      [&](Image<const Bits, kFrom> from, Image<Bits, kTo> to, Extent band) {
-        row(from.template as<Bits, 1>(), to.template as<Bits, 1>(), band);
-      },
-      src.template as<Bits, kFrom>(), dst.template as<Bits, kTo>());
+  walkPixels(size, row, src.template as<Bits, kFrom>(), dst.template as<Bits, kTo>());
   return zopStatusOk;
 }
 
 template <class Layout, class T>
 ZopStatus copyChannel(Image<const T> src, Image<T> dst, ZopImageSize size) {
   constexpr int n = Layout::channels;
-  return walkPixels<n, n>(src, dst, size, copyTable().template of<BitsOf<T>>().channel[n]);
+  return movePixels<n, n>(src, dst, size, copyTable().template of<BitsOf<T>>().channel[n]);
 }
 
 template <class Layout, class T>
 ZopStatus extractChannel(Image<const T> src, Image<T> dst, ZopImageSize size) {
-  return walkPixels<Layout::channels, 1>(src, dst, size,
-                                         copyTable().template of<BitsOf<T>>().extract[Layout::channels]);
+  constexpr int n = Layout::channels;
+  return movePixels<n, 1>(src, dst, size, copyTable().template of<BitsOf<T>>().extract[n]);
 }
 
 template <class Layout, class T>
 ZopStatus insertChannel(Image<const T> src, Image<T> dst, ZopImageSize size) {
-  return walkPixels<1, Layout::channels>(src, dst, size,
-                                         copyTable().template of<BitsOf<T>>().insert[Layout::channels]);
+  constexpr int n = Layout::channels;
+  return movePixels<1, n>(src, dst, size, copyTable().template of<BitsOf<T>>().insert[n]);
 }
 
 template <class T>
 ZopStatus dropAlpha(Image<const T> src, Image<T> dst, ZopImageSize size) {
-  return walkPixels<4, 3>(src, dst, size, copyTable().template of<BitsOf<T>>().dropAlpha);
+  return movePixels<4, 3>(src, dst, size, copyTable().template of<BitsOf<T>>().dropAlpha);
 }
 
 template <class T>
 ZopStatus widenKeepingAlpha(Image<const T> src, Image<T> dst, ZopImageSize size) {
-  return walkPixels<3, 4>(src, dst, size, copyTable().template of<BitsOf<T>>().widenKeepingAlpha);
+  return movePixels<3, 4>(src, dst, size, copyTable().template of<BitsOf<T>>().widenKeepingAlpha);
 }
 
 template <class T, std::size_t>
@@ -93,9 +87,10 @@ ZopStatus join(Planes<const T, kChannels> src, Image<T> dst, ZopImageSize size) 
 template <class Layout, class T>
 ZopStatus copyMasked(Image<const T> src, Image<T> dst, ZopImageSize size, Image<const Zop8u> mask) {
   using Bits = BitsOf<T>;
+  constexpr int n = Layout::channels;
   const CopyRows<Bits>& rows = copyTable().template of<Bits>();
-  const auto row = std::is_same_v<Layout, AC4> ? rows.maskedColours : rows.masked[Layout::channels];
-  row(src.template as<Bits>(), dst.template as<Bits>(), extent(size), mask);
+  const auto row = std::is_same_v<Layout, AC4> ? rows.maskedColours : rows.masked[n];
+  walkPixels(size, row, src.template as<Bits, n>(), dst.template as<Bits, n>(), mask);
   return zopStatusOk;
 }
 

@@ -21,7 +21,8 @@ ZopStatus copyPixels(Image<const T> src, Image<T> dst, ZopImageSize size) {
 template <class T>
 ZopStatus copyColours(Image<const T> src, Image<T> dst, ZopImageSize size) {
   using Bits = BitsOf<T>;
-  copyTable().template of<Bits>().colours(src.template as<Bits>(), dst.template as<Bits>(), extent(size));
+  walkPixels(size, copyTable().template of<Bits>().colours, src.template as<Bits, 4>(),
+             dst.template as<Bits, 4>());
   return zopStatusOk;
 }
 

@@ -36,7 +36,7 @@ void rowCopyColours(Image<const T> src, Image<T> dst, Extent pixels) {
 }
 
 template <int Channels, int Colours, class T>
-void rowCopyMasked(Image<const T> src, Image<T> dst, Extent pixels, Image<const Zop8u> mask) {
+void rowCopyMasked(Image<const T> src, Image<T> dst, Image<const Zop8u> mask, Extent pixels) {
   mapMasked<Channels, Colours>(Tag<T>(), dst, pixels, mask, ImageOperand<Tag<T>>{src});
 }
 

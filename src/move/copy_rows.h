@@ -26,8 +26,8 @@ struct CopyRows {
   void (*join[5])(const Image<const T>* planes, Image<T> dst, Extent pixels);
 
   // Under a mask. Index 3 with `Colours` 3 of 4 channels is alpha kept.
-  void (*masked[5])(Image<const T> src, Image<T> dst, Extent pixels, Image<const Zop8u> mask);
-  void (*maskedColours)(Image<const T> src, Image<T> dst, Extent pixels, Image<const Zop8u> mask);
+  void (*masked[5])(Image<const T> src, Image<T> dst, Image<const Zop8u> mask, Extent pixels);
+  void (*maskedColours)(Image<const T> src, Image<T> dst, Image<const Zop8u> mask, Extent pixels);
 };
 
 using CopyTable = RowTable<CopyRows, std::uint8_t, std::uint16_t, std::uint32_t>;

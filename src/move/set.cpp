@@ -7,17 +7,23 @@ namespace {
 template <class Layout, class T>
 ZopStatus setChannel(T value, Image<T> dst, ZopImageSize size) {
   using Bits = BitsOf<T>;
-  setTable().template of<Bits>().channel[Layout::channels](bitPattern<C1>(&value), dst.template as<Bits>(),
-                                                           extent(size));
+  const Pattern<Bits> pattern = bitPattern<C1>(&value);
+  const auto row = setTable().template of<Bits>().channel[Layout::channels];
+  walkPixels(
+      size, [&](Image<Bits> to, Extent band) { row(pattern, to, band); },
+      dst.template as<Bits, Layout::channels>());
   return zopStatusOk;
 }
 
 template <class Layout, class T>
 ZopStatus setMasked(const T* values, Image<T> dst, ZopImageSize size, Image<const Zop8u> mask) {
   using Bits = BitsOf<T>;
+  const Pattern<Bits> pattern = bitPattern<Layout>(values);
   const SetRows<Bits>& rows = setTable().template of<Bits>();
   const auto row = std::is_same_v<Layout, AC4> ? rows.maskedColours : rows.masked[Layout::channels];
-  row(bitPattern<Layout>(values), dst.template as<Bits>(), extent(size), mask);
+  walkPixels(
+      size, [&](Image<Bits> to, Image<const Zop8u> chosen, Extent band) { row(pattern, to, chosen, band); },
+      dst.template as<Bits, Layout::channels>(), mask);
   return zopStatusOk;
 }
 

@@ -42,7 +42,10 @@ ZopStatus setPixels(T value, Image<T> dst, ZopImageSize size) {
 template <class T>
 ZopStatus setColours(const T* values, Image<T> dst, ZopImageSize size) {
   using Bits = BitsOf<T>;
-  setTable().template of<Bits>().colours(bitPattern<AC4>(values), dst.template as<Bits>(), extent(size));
+  const Pattern<Bits> pattern = bitPattern<AC4>(values);
+  const auto row = setTable().template of<Bits>().colours;
+  walkPixels(
+      size, [&](Image<Bits> to, Extent band) { row(pattern, to, band); }, dst.template as<Bits, 4>());
   return zopStatusOk;
 }
 

@@ -60,7 +60,7 @@ void rowSetColours(const Pattern<T>& values, Image<T> dst, Extent pixels) {
 }
 
 template <int Channels, int Colours, class T>
-void rowSetMasked(const Pattern<T>& values, Image<T> dst, Extent pixels, Image<const Zop8u> mask) {
+void rowSetMasked(const Pattern<T>& values, Image<T> dst, Image<const Zop8u> mask, Extent pixels) {
   mapMasked<Channels, Colours>(Tag<T>(), dst, pixels, mask, PatternOperand<Tag<T>>(values));
 }
 

@@ -15,8 +15,8 @@ struct SetRows {
   void (*samples)(const Pattern<T>& values, Image<T> dst, Extent e);
   void (*colours)(const Pattern<T>& values, Image<T> dst, Extent pixels);
   void (*channel[5])(const Pattern<T>& values, Image<T> dst, Extent pixels);
-  void (*masked[5])(const Pattern<T>& values, Image<T> dst, Extent pixels, Image<const Zop8u> mask);
-  void (*maskedColours)(const Pattern<T>& values, Image<T> dst, Extent pixels, Image<const Zop8u> mask);
+  void (*masked[5])(const Pattern<T>& values, Image<T> dst, Image<const Zop8u> mask, Extent pixels);
+  void (*maskedColours)(const Pattern<T>& values, Image<T> dst, Image<const Zop8u> mask, Extent pixels);
 };
 
 using SetTable = RowTable<SetRows, std::uint8_t, std::uint16_t, std::uint32_t>;
