@@ -193,8 +193,8 @@ void imageRows(Image<const T> a, Image<const T> b, Image<T> out, Extent e, int s
 template <class Op, class T>
 void imageRowsKeeping(Image<const T> a, Image<const T> b, Image<T> out, Extent e, int shift,
                       const Pattern<T>& written) {
-  mapRows(Tag<T>(), Keeping<Op>{{shift}}, out, e, ImageOperand<Tag<T>>{out}, PatternOperand<Tag<T>>(written),
-          ImageOperand<Tag<T>>{a}, ImageOperand<Tag<T>>{b});
+  mapRows(Tag<T>(), Keeping<Op>{{shift}}, out, unstreamed(e), ImageOperand<Tag<T>>{out},
+          PatternOperand<Tag<T>>(written), ImageOperand<Tag<T>>{a}, ImageOperand<Tag<T>>{b});
 }
 
 template <class Op, class T>
@@ -205,8 +205,8 @@ void constantRows(const Pattern<T>& a, Image<const T> b, Image<T> out, Extent e,
 template <class Op, class T>
 void constantRowsKeeping(const Pattern<T>& a, Image<const T> b, Image<T> out, Extent e, int shift,
                          const Pattern<T>& written) {
-  mapRows(Tag<T>(), Keeping<Op>{{shift}}, out, e, ImageOperand<Tag<T>>{out}, PatternOperand<Tag<T>>(written),
-          PatternOperand<Tag<T>>(a), ImageOperand<Tag<T>>{b});
+  mapRows(Tag<T>(), Keeping<Op>{{shift}}, out, unstreamed(e), ImageOperand<Tag<T>>{out},
+          PatternOperand<Tag<T>>(written), PatternOperand<Tag<T>>(a), ImageOperand<Tag<T>>{b});
 }
 
 // Which rows an operation on samples of type T has.

@@ -70,6 +70,9 @@ struct Extent {
   bool stream = false;
 };
 
+// For rows that read what they overwrite: those lines are in the caches already.
+constexpr Extent unstreamed(Extent e) { return {e.length, e.rows}; }
+
 inline Extent extent(ZopImageSize size, int samplesPerPixel = 1) {
   return {static_cast<std::ptrdiff_t>(size.width) * samplesPerPixel, size.height};
 }

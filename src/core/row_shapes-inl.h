@@ -234,7 +234,8 @@ HWY_INLINE void mapRow(D d, const Op& op, hn::TFromD<D>* out, std::ptrdiff_t n, 
   if (overlap) storePart(d, last, out + n - part, part);
 }
 
-// out[i] = op(a[i], b[i] ...) over every row. `out` may equal any operand.
+// out[i] = op(a[i], b[i] ...) over every row. `out` may equal any operand; where it always does, an extent
+// that does not stream is the faster one.
 template <class D, class Op, class... S>
 HWY_INLINE void mapRows(D d, const Op& op, Image<hn::TFromD<D>> out, Extent e, S... s) {
   for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
@@ -313,10 +314,7 @@ HWY_INLINE void mapMasked(D d, Image<hn::TFromD<D>> out, Extent pixels, Image<co
   constexpr std::ptrdiff_t N = kLanes<D>;
   MaskOperand<D> masks{mask};
   ImageOperand<D> old{out};
-  // Its own output is an operand, so there is nothing to gain from stores past the caches.
-  if constexpr (Channels == 1) {
-    return mapRows(d, Choose(), out, {pixels.length, pixels.rows}, masks, operand, old);
-  }
+  if constexpr (Channels == 1) return mapRows(d, Choose(), out, unstreamed(pixels), masks, operand, old);
   const std::ptrdiff_t n = pixels.length;
   for (std::ptrdiff_t y = 0; y < pixels.rows; ++y) {
     T* to = out.row(y);

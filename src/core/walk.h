@@ -40,13 +40,13 @@ inline Share share(int rows, int thread, int threads) {
 namespace walk {
 
 template <class T, int Unit>
-bool gapFree(std::ptrdiff_t length, Image<T, Unit> image) {
-  return image.step == length * Unit * static_cast<std::ptrdiff_t>(sizeof(T));
+std::ptrdiff_t rowBytes(std::ptrdiff_t length, Image<T, Unit>) {
+  return length * Unit * static_cast<std::ptrdiff_t>(sizeof(T));
 }
 
 template <class T, int Unit>
-std::ptrdiff_t rowBytes(std::ptrdiff_t length, Image<T, Unit>) {
-  return length * Unit * static_cast<std::ptrdiff_t>(sizeof(T));
+bool gapFree(std::ptrdiff_t length, Image<T, Unit> image) {
+  return image.step == rowBytes(length, image);
 }
 
 // In place there is nothing to gain from streaming: the line has just been read.
