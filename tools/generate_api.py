@@ -332,8 +332,7 @@ def exports_file(stem, functions):
 
 
 def registry_file(tables):
-    lines = [f"// {NOTICE.format('*')}", "// clang-format off", '#include "support/registry.h"', "",
-             '#include "zopi.h"', "", "namespace registry {", "", "const std::vector<Function>& functions() {",
+    lines = [f"// {NOTICE.format('*')}", "// clang-format off", "namespace registry {", "", "const std::vector<Function>& functions() {",
              "  static const std::vector<Function> all = {"]
     for _, _, groups in tables:
         for group in groups:
@@ -364,7 +363,7 @@ def outputs():
     files["src/zopim6.map"] = f"/* {NOTICE.format('*')} */\n{{\n  global:\n{exported}  local:\n    *;\n}};\n"
     files["src/zopim6.def"] = (f"; {NOTICE.format('*')}\nLIBRARY zopim6\nEXPORTS\n"
                                + "".join(f"    {n}\n" for n in sorted(names)))
-    files["tests/support/registry_table.cpp"] = registry_file(tables)
+    files["tests/support/registry_table.inc"] = registry_file(tables)
     return files
 
 

@@ -1,0 +1,5 @@
+#include "support/registry.h"
+
+#include "zopi.h"
+
+#include "support/registry_table.inc"
