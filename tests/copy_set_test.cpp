@@ -73,6 +73,48 @@ TEST(MovesLarge, LongAndStreamedCopies) {
   }
 }
 
+// Planes and pixels beyond the caches are stored past them, from the first aligned pixel on.
+TEST(MovesLarge, StreamedPlanes) {
+  targets::forEach([](const std::string& name) {
+    constexpr int kWidth = 4099, kHeight = 1100;
+    constexpr int kPixelStep = 3 * kWidth + 7, kPlaneStep = kWidth + 2;
+    constexpr int kPlaneBytes = kPlaneStep * kHeight / 64 * 64 + 64;  // aligned alike, so that all can stream
+    std::vector<Zop8u> pixels(kPixelStep * kHeight), joined(pixels.size(), 5), memory(3 * kPlaneBytes, 9);
+    for (std::size_t i = 0; i < pixels.size(); ++i) pixels[i] = static_cast<Zop8u>(i * 7 + (i >> 9));
+    Zop8u* planes[3];
+    for (int c = 0; c < 3; ++c) planes[c] = memory.data() + c * kPlaneBytes;
+    ASSERT_EQ(zopStatusOk,
+              zopiCopy_8u_C3P3R(pixels.data(), kPixelStep, planes, kPlaneStep, {kWidth, kHeight}));
+    ASSERT_EQ(zopStatusOk,
+              zopiCopy_8u_P3C3R(planes, kPlaneStep, joined.data(), kPixelStep, {kWidth, kHeight}));
+    for (int y = 0; y < kHeight; ++y) {
+      for (int x = 0; x < kPixelStep; ++x) {
+        const int i = y * kPixelStep + x;
+        ASSERT_EQ(x < 3 * kWidth ? pixels[i] : 5, joined[i]) << x << "," << y << " on " << name;
+      }
+      for (int x = 0; x < kPlaneStep; ++x) {
+        for (int c = 0; c < 3; ++c) {
+          ASSERT_EQ(x < kWidth ? pixels[y * kPixelStep + 3 * x + c] : 9, planes[c][y * kPlaneStep + x])
+              << x << "," << y << " on " << name;
+        }
+      }
+    }
+  });
+}
+
+// Long fills: one byte again and again, and copies of a block, for wide samples too.
+TEST(MovesLarge, LongFillsOfWideSamples) {
+  constexpr int kWidth = 200003;
+  std::vector<Zop32f> image(3 * kWidth + 2, -1.0f);
+  const Zop32f values[3] = {1.5f, -2.0f, 0.0f};
+  ASSERT_EQ(zopStatusOk, zopiSet_32f_C3R(values, image.data() + 1, 12 * kWidth, {kWidth, 1}));
+  for (int i = 0; i < 3 * kWidth; ++i) ASSERT_EQ(values[i % 3], image[1 + i]);
+  ASSERT_EQ(zopStatusOk, zopiSet_32f_C1R(0.0f, image.data() + 1, 12 * kWidth, {3 * kWidth, 1}));
+  for (int i = 0; i < 3 * kWidth; ++i) ASSERT_EQ(0.0f, image[1 + i]);
+  EXPECT_EQ(-1.0f, image.front());
+  EXPECT_EQ(-1.0f, image.back());
+}
+
 // Alpha that another thread owns: it changes while the colours are copied and filled, and no change is lost.
 TEST(MovesConcurrency, UntouchedAlphaBelongsToOthers) {
   targets::forEach([](const std::string& name) {

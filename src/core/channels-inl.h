@@ -33,7 +33,9 @@ class ThreeChannels {
   static constexpr int L = 16 / static_cast<int>(sizeof(T));
   static constexpr int kBlocks = N / L;
 
-  // Masks of the places p with (p / `unit`) % 3 == remainder, and the sorting of blocks and of samples.
+  // By remainder: masks of the samples at places p of their block, and of the blocks at places q of their
+  // vector, with p or q % 3 == remainder. By channel c and group x: the orders of samples in a block and of
+  // blocks in a vector.
   struct Tables {
     alignas(64) T samples[3][N];
     alignas(64) T blocks[3][N];
@@ -113,9 +115,9 @@ class ThreeChannels {
   const BlockOrder put0 = blockOrder(kTables.put[0]), put1 = blockOrder(kTables.put[1]),
                    put2 = blockOrder(kTables.put[2]);
 
-  // Of three vectors or groups in a row, the remainder that one thing has moves by this much from each to the
-  // next. L and B leave the same remainder as their step: for -1 (L, B = 2, 8) the three follow as 0, 1, 2;
-  // for +1 (L, B = 1, 4, 16) as 0, 2, 1, which is the same row with the last two exchanged.
+  // Merges three in a row of `kPer` things each, of which the wanted ones stand at places of remainder r0 in
+  // the first and r0 - kPer, r0 - 2 kPer in the others: r0, r0 + 1, r0 + 2 where kPer % 3 is 2, and r0, r0 +
+  // 2, r0 + 1 where it is 1.
   template <int kPer, int r0, bool kOfSamples>
   HWY_INLINE V mergeRow(V a, V b, V c) const {
     if constexpr (kOfSamples)

@@ -76,9 +76,9 @@ HWY_INLINE void storePart(D d, V v, hn::TFromD<D>* out, std::ptrdiff_t n) {
   std::memcpy(out, block, n * sizeof block[0]);
 }
 
-// Operands of a map. `at(d, i, k)` is the vector at sample i, the k-th since `begin` or the last `advance`,
-// which tells how many vectors have been taken. `edge(d, i, n)` is the vector of n samples at any sample i.
-// `held` is the operand for a loop of long steps.
+// Operands of a map. `at(d, i, k)` is the vector at sample i, k vectors behind the place that `begin` and
+// `advance` have reached. `edge(d, i, n)` is the vector of n samples at any sample i. `held` is the operand
+// for a loop of long steps.
 template <class D>
 struct ImageOperand {
   using T = hn::TFromD<D>;
@@ -87,7 +87,6 @@ struct ImageOperand {
 
   HWY_INLINE void row(std::ptrdiff_t y) { samples = image.row(y); }
   HWY_INLINE void begin(std::ptrdiff_t) {}
-  template <int Count>
   HWY_INLINE void advance() {}
   HWY_INLINE const ImageOperand& held(D) const { return *this; }
   HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t i, int) const { return hn::LoadU(d, samples + i); }
@@ -109,7 +108,6 @@ struct MaskOperand {
 
   HWY_INLINE void row(std::ptrdiff_t y) { bytes = mask.row(y); }
   HWY_INLINE void begin(std::ptrdiff_t) {}
-  template <int Count>
   HWY_INLINE void advance() {}
   HWY_INLINE const MaskOperand& held(D) const { return *this; }
   HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t i, int) const {
@@ -136,9 +134,8 @@ struct PatternOperand {
 
   HWY_INLINE void row(std::ptrdiff_t) {}
   HWY_INLINE void begin(std::ptrdiff_t i) { phase = static_cast<int>(i % kPatternSamples); }
-  template <int Count>
   HWY_INLINE void advance() {
-    constexpr int kTurn = Count * kLanes<D> % kPatternSamples;
+    constexpr int kTurn = kLanes<D> % kPatternSamples;
     if constexpr (kTurn > 0) phase += phase < kPatternSamples - kTurn ? kTurn : kTurn - kPatternSamples;
   }
   HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t, int k) const {
@@ -227,7 +224,7 @@ HWY_INLINE void mapRow(D d, const Op& op, hn::TFromD<D>* out, std::ptrdiff_t n, 
   if constexpr (isShort<Op>()) i = mapLongSteps(d, op, out, i, n, stream, s.held(d)...);
   for (; i + N <= n; i += N) {
     mapVectors(d, op, out, stream, i, std::integer_sequence<int, 0>(), s...);
-    (s.template advance<1>(), ...);
+    (s.advance(), ...);
   }
 
   if (head > 0) hn::StoreU(overlap ? first : last, d, out);
@@ -295,8 +292,8 @@ HWY_INLINE void mapColours(D d, Image<hn::TFromD<D>> out, Extent pixels, S opera
     if constexpr (masks) {
       for (; i + N <= n; i += N) {
         hn::BlendedStore(operand.at(d, i, 0), hn::MaskFromVec(written.at(d, i, 0)), d, to + i);
-        operand.template advance<1>();
-        written.template advance<1>();
+        operand.advance();
+        written.advance();
       }
       const auto rest = hn::And(hn::MaskFromVec(written.edge(d, i, N)), hn::FirstN(d, n - i));
       if (i < n) hn::BlendedStore(operand.edge(d, i, n - i), rest, d, to + i);

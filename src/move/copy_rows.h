@@ -25,7 +25,7 @@ struct CopyRows {
   void (*split[5])(Image<const T> src, const Image<T>* planes, Extent pixels);
   void (*join[5])(const Image<const T>* planes, Image<T> dst, Extent pixels);
 
-  // Under a mask. Index 3 with `Colours` 3 of 4 channels is alpha kept.
+  // Under a mask, by channel count; the last keeps alpha.
   void (*masked[5])(Image<const T> src, Image<T> dst, Image<const Zop8u> mask, Extent pixels);
   void (*maskedColours)(Image<const T> src, Image<T> dst, Image<const Zop8u> mask, Extent pixels);
 };
