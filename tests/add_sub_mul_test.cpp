@@ -58,7 +58,7 @@ ZopStatus reference(const Call& call, bool complex) {
   const std::string name = f.operation, layout = f.sourceLayout;
   const bool constant = name.back() == 'C', keepsAlpha = layout == "AC4";
   const bool truncates = complex && (keepsAlpha || (constant && layout == "C3"));
-  const int s = call.parameters.back(), components = complex ? 2 : 1;
+  const int s = call.scaleFactor(), components = complex ? 2 : 1;
   // A component's exact result in twice the bits, the largest of which holds an imaginary sum.
   const Exact highest = (Exact{1} << (16 * sizeof(T) - 1)) - 1;
   const View& out = call.destination;
@@ -82,7 +82,7 @@ ZopStatus reference(const Call& call, bool complex) {
         Pair a, b;
         if (constant) {
           T values[2] = {};
-          std::memcpy(values, call.constant + c * components * sizeof(T), components * sizeof(T));
+          std::memcpy(values, call.constants[0] + c * components * sizeof(T), components * sizeof(T));
           a = load(call.sources[0], x, y, c);
           b = {values[0], values[1]};
         } else {  // the first image is taken from the second
@@ -144,12 +144,12 @@ TEST_P(ScaledArithmetic, EqualsTheReferenceAtEveryShape) {
 }
 
 TEST_P(ScaledArithmetic, EqualsTheReferenceAtEveryScale) {
-  std::vector<std::vector<int>> scales;
+  std::vector<std::vector<registry::Value>> scales;
   for (int s = -70; s <= 70; ++s) scales.push_back({s});
   for (const int s : {INT32_MIN, INT32_MIN + 1, INT32_MAX}) scales.push_back({s});
   for (const registry::Function* f : sweep::functionsOf(GetParam())) {
     sweep::Options options{
-        scales, {{}, {0, 0, 0, 0, 0, 0, 0, 0}, {1, 0, 0, 0}, {0, 0x80, 0, 0x80, 0, 0x80, 0, 0x80}}};
+        scales, {{}, {{0, 0, 0, 0, 0, 0, 0, 0}}, {{1, 0, 0, 0}}, {{0, 0x80, 0, 0x80, 0, 0x80, 0, 0x80}}}};
     sweep::run(*f, options, referenceFor(*f), {{70, 2, 4, {}}});
     if (HasFailure()) return;
   }

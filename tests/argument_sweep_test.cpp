@@ -2,6 +2,8 @@
 // the status tells the order of the checks, and no byte is written.
 #include <gtest/gtest.h>
 
+#include <set>
+#include <sstream>
 #include <string>
 
 #include "support/arguments.h"
@@ -17,20 +19,28 @@ using registry::Value;
 
 constexpr ZopImageSize kSize = {5, 3};
 
-// Which kinds of argument are bad in a call.
-struct Badness {
-  bool pointer = false, width = false, height = false, step = false;
+// The kinds of argument that a check looks at, and what is wrong with those of a call.
+using Badness = std::set<std::string>;
+
+// A check of a family's own as it stands in the table, the argument that it looks at, what it returns, and
+// values that it must catch.
+struct OwnCheck {
+  const char *text, *argument;
+  ZopStatus status;
+  std::vector<Value> (*caught)(const Argument& argument);
 };
+const std::vector<OwnCheck> kOwnChecks = {};
 
 ZopStatus expected(const Function& function, const Badness& bad) {
-  std::string rest = std::string(function.checks) + " ";
-  while (!rest.empty()) {
-    const std::string check = rest.substr(0, rest.find(' '));
-    rest.erase(0, check.size() + 1);
-    if (check == "pointer" && bad.pointer) return zopStatusNullPointer;
-    if (check == "width" && bad.width) return zopStatusBadSize;
-    if (check == "size" && (bad.width || bad.height)) return zopStatusBadSize;
-    if (check == "step" && bad.step) return zopStatusBadStep;
+  std::istringstream checks(function.checks);
+  for (std::string check; checks >> check;) {
+    if (check == "pointer" && bad.contains("pointer")) return zopStatusNullPointer;
+    if (check == "width" && bad.contains("width")) return zopStatusBadSize;
+    if (check == "size" && (bad.contains("width") || bad.contains("height"))) return zopStatusBadSize;
+    if (check == "step" && bad.contains("step")) return zopStatusBadStep;
+    for (const OwnCheck& own : kOwnChecks) {
+      if (check == own.text && bad.contains(check)) return own.status;
+    }
   }
   return zopStatusOk;
 }
@@ -43,20 +53,30 @@ struct Spoiler {
   int plane = -1;  // this plane of an array instead
 };
 
+bool makes(const Function& function, const std::string& check) {
+  return (std::string(" ") + function.checks + " ").find(" " + check + " ") != std::string::npos;
+}
+
 std::vector<Spoiler> spoilers(const Function& function) {
   std::vector<Spoiler> result;
   for (std::size_t i = 0; i < function.arguments.size(); ++i) {
     const Argument& a = function.arguments[i];
-    if (a.isPointer()) result.push_back({i, {true, false, false, false}, Value(static_cast<void*>(nullptr))});
-    for (int p = 0; p < a.planes; ++p) result.push_back({i, {true, false, false, false}, {}, p});
+    if (a.isPointer()) result.push_back({i, {"pointer"}, Value(static_cast<void*>(nullptr))});
+    for (int p = 0; p < a.planes; ++p) result.push_back({i, {"pointer"}, {}, p});
     if (a.role == Role::Step) {
-      for (const int step : {0, -1, INT32_MIN})
-        result.push_back({i, {false, false, false, true}, Value(step)});
+      for (const int step : {0, -1, INT32_MIN}) result.push_back({i, {"step"}, Value(step)});
     }
     if (a.role == Role::Size) {
       for (const ZopImageSize size : {ZopImageSize{0, 3}, {-7, 3}, {5, 0}, {5, INT32_MIN}, {0, 0}}) {
-        result.push_back({i, {false, size.width < 1, size.height < 1, false}, Value(size)});
+        Badness badness;
+        if (size.width < 1) badness.insert("width");
+        if (size.height < 1) badness.insert("height");
+        result.push_back({i, badness, Value(size)});
       }
+    }
+    for (const OwnCheck& own : kOwnChecks) {
+      if (std::strcmp(a.name, own.argument) != 0 || !makes(function, own.text)) continue;
+      for (const Value& value : own.caught(a)) result.push_back({i, {own.text}, value});
     }
   }
   return result;
@@ -67,10 +87,7 @@ void spoil(Arguments& arguments, const Spoiler& s, Badness& bad) {
     arguments.planes(s.argument)[s.plane] = nullptr;
   else
     arguments.values[s.argument] = s.value;
-  bad.pointer |= s.badness.pointer;
-  bad.width |= s.badness.width;
-  bad.height |= s.badness.height;
-  bad.step |= s.badness.step;
+  bad.insert(s.badness.begin(), s.badness.end());
 }
 
 TEST(ArgumentSweep, EveryFunctionChecksInItsOrder) {
@@ -83,8 +100,7 @@ TEST(ArgumentSweep, EveryFunctionChecksInItsOrder) {
       for (const Spoiler* s : chosen) spoil(arguments, *s, bad);
       ++calls;
       ASSERT_EQ(expected(function, bad), function.invoke(arguments.values.data()))
-          << function.name << ": pointer " << bad.pointer << " width " << bad.width << " height "
-          << bad.height << " step " << bad.step;
+          << function.name << ": " << testing::PrintToString(bad);
       ASSERT_TRUE(arguments.untouched()) << function.name << " wrote after a failed check";
     };
     for (const Spoiler& first : all) {
@@ -92,7 +108,7 @@ TEST(ArgumentSweep, EveryFunctionChecksInItsOrder) {
       for (const Spoiler& second : all) {
         if (second.argument <= first.argument) continue;
         ASSERT_NO_FATAL_FAILURE(check({&first, &second}));
-        if (!first.badness.pointer) continue;
+        if (!first.badness.contains("pointer")) continue;
         for (const Spoiler& third : all) {
           if (third.argument <= second.argument) continue;
           ASSERT_NO_FATAL_FAILURE(check({&first, &second, &third}));
@@ -100,7 +116,7 @@ TEST(ArgumentSweep, EveryFunctionChecksInItsOrder) {
       }
     }
     Arguments good(function, kSize);
-    EXPECT_EQ(zopStatusOk, function.invoke(good.values.data())) << function.name;
+    EXPECT_GE(function.invoke(good.values.data()), zopStatusOk) << function.name;  // warnings are no failures
   }
   RecordProperty("calls", static_cast<int>(calls));
 }

@@ -29,8 +29,8 @@ ZopStatus reference(const Call& call) {
     for (int x = 0; x < call.size.width; ++x) {
       if (f.has(registry::kMasked) && call.mask.get<Zop8u>(x, y) == 0) continue;
       for (int c = 0; c < written; ++c) {
-        T value;
-        std::memcpy(&value, call.constant + c * sizeof(T), sizeof(T));
+        T value{};
+        if (fills) std::memcpy(&value, call.constants[0] + c * sizeof(T), sizeof(T));
         out.set(x, y, c, fills ? value : call.sources[0].get<T>(x, y, c));
       }
     }

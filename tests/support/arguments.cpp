@@ -22,6 +22,8 @@ Arguments::Arguments(const Function& function, ZopImageSize size) : planes_(func
       values.emplace_back(step);
     } else if (a.role == Role::Size) {
       values.emplace_back(size);
+    } else if (a.role == Role::Sample) {
+      values.emplace_back(0x3f3f3f3f3f3f3f3f);  // a good divisor of any type
     } else {
       values.emplace_back();
     }

@@ -10,7 +10,8 @@
 
 namespace registry {
 
-enum class Role { Source, Destination, InPlace, Mask, Step, Size, Constant, Value };
+// A constant is an array of samples, a sample one by value; a value is any other parameter.
+enum class Role { Source, Destination, InPlace, Mask, Step, Size, Constant, Sample, Value };
 
 struct Argument {
   Role role;

@@ -45,10 +45,14 @@ struct Call {
       sources;       // in the order of the arguments; in place, the image that is overwritten comes last
   View destination;  // holds the bytes from before the call: the reference writes into it
   View mask;         // of masked forms
-  const unsigned char* constant = nullptr;
-  std::vector<int>
-      parameters;  // the values for arguments of role Value, in order, but for a constant by value
+  std::vector<const unsigned char*> constants;  // the samples of each constant, in the order of the arguments
+  std::vector<registry::Value> parameters;      // the values for arguments of role Value, in order
+
+  int scaleFactor() const { return parameters.back().get<int>(); }
 };
+
+// What a reference writes where any not-a-number will do.
+Zop32f anyNaN();
 
 // Writes what the call must leave behind into `call.destination` and returns the status it must return.
 using Reference = std::function<ZopStatus(const Call& call)>;
@@ -60,11 +64,13 @@ struct Shape {
   guarded::Placement placement;
 };
 
+// For each constant argument its bytes, sample after sample; noise for what is left out.
+using Constants = std::vector<std::vector<unsigned char>>;
+
+// Sets of parameters and of constants, each tried with every shape.
 struct Options {
-  std::vector<std::vector<int>> parameters = {{}};  // sets of parameters, each tried with every shape
-  std::vector<std::vector<unsigned char>> constants = {
-      {}};               // constants to use, sample after sample; noise if empty
-  bool extremes = true;  // mix the ends of the type's range into the noise
+  std::vector<std::vector<registry::Value>> parameters = {{}};
+  std::vector<Constants> constants = {{}};
 };
 
 // The shapes of a function's sweep: every width up to two vectors and three samples, rows with and without
