@@ -1,7 +1,10 @@
 // A constant operand, laid out as a row sees it.
 #pragma once
 
+#include <bit>
+#include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "core/image.h"
 
@@ -33,11 +36,19 @@ Pattern<T> patternOf(const T* values) {
   return repeat(pixel, Layout::channels);
 }
 
+template <class T>
+constexpr T allOnes() {
+  if constexpr (std::is_floating_point_v<T>)
+    return std::bit_cast<T>(std::int32_t{-1});
+  else
+    return static_cast<T>(-1);
+}
+
 // All bits set in the samples of a pixel that a function may change.
 template <class T, int Channels, int Colours>
 constexpr Pattern<T> writtenSamples() {
   T pixel[Channels] = {};
-  for (int c = 0; c < Colours; ++c) pixel[c] = static_cast<T>(~T{0});
+  for (int c = 0; c < Colours; ++c) pixel[c] = allOnes<T>();
   return repeat(pixel, Channels);
 }
 

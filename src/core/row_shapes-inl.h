@@ -240,6 +240,7 @@ HWY_INLINE void mapRows(D d, const Op& op, Image<hn::TFromD<D>> out, Extent e, S
     mapRow(d, op, out.row(y), e.length, e.stream, s...);
   }
   if (e.stream) hwy::FlushStream();
+  if constexpr (requires { op.report(); }) op.report();
 }
 
 // The operation of copies and fills.
