@@ -704,6 +704,563 @@ ZOPI_API ZopStatus zopiMulC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcD
     ZopImageSize roiSize, int scaleFactor);
 /// @}
 
+/// @name Addition of two float images
+///
+/// Stores `pSrc1 + pSrc2` in single precision: the exact result, rounded once. Nothing is scaled or
+/// saturated; infinities and not-a-numbers follow IEEE 754.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiAdd_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiAdd_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiAdd_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiAdd_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiAdd_32f_C1IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiAdd_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiAdd_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiAdd_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiAdd_32fc_C1R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiAdd_32fc_C3R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiAdd_32fc_AC4R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2,
+    int src2Step, Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiAdd_32fc_C1IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiAdd_32fc_C3IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiAdd_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Addition of a constant to float images
+///
+/// Stores `pSrc + value` in single precision: the exact result, rounded once. Nothing is scaled or saturated;
+/// infinities and not-a-numbers follow IEEE 754.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `value`: The constant: a sample in `C1` forms, else one sample a channel, without one for alpha in `AC4`
+///   forms.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiAddC_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f value, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiAddC_32f_C3R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiAddC_32f_C4R(const Zop32f* pSrc, int srcStep, const Zop32f value[4], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiAddC_32f_AC4R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiAddC_32f_C1IR(Zop32f value, Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiAddC_32f_C3IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiAddC_32f_C4IR(const Zop32f value[4], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiAddC_32f_AC4IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiAddC_32fc_C1R(const Zop32fc* pSrc, int srcStep, Zop32fc value, Zop32fc* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiAddC_32fc_C3R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiAddC_32fc_AC4R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiAddC_32fc_C1IR(Zop32fc value, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiAddC_32fc_C3IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiAddC_32fc_AC4IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Subtraction of two float images
+///
+/// Stores `pSrc2 - pSrc1` (in place `pSrcDst - pSrc`: the first image is the one taken away) in single
+/// precision: the exact result, rounded once. Nothing is scaled or saturated; infinities and not-a-numbers
+/// follow IEEE 754.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiSub_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiSub_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiSub_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSub_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiSub_32f_C1IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiSub_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiSub_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSub_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiSub_32fc_C1R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiSub_32fc_C3R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSub_32fc_AC4R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2,
+    int src2Step, Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiSub_32fc_C1IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiSub_32fc_C3IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSub_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Subtraction of a constant from float images
+///
+/// Stores `pSrc - value` in single precision: the exact result, rounded once. Nothing is scaled or saturated;
+/// infinities and not-a-numbers follow IEEE 754.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `value`: The constant: a sample in `C1` forms, else one sample a channel, without one for alpha in `AC4`
+///   forms.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiSubC_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f value, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiSubC_32f_C3R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiSubC_32f_C4R(const Zop32f* pSrc, int srcStep, const Zop32f value[4], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSubC_32f_AC4R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiSubC_32f_C1IR(Zop32f value, Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiSubC_32f_C3IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiSubC_32f_C4IR(const Zop32f value[4], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSubC_32f_AC4IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiSubC_32fc_C1R(const Zop32fc* pSrc, int srcStep, Zop32fc value, Zop32fc* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiSubC_32fc_C3R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSubC_32fc_AC4R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiSubC_32fc_C1IR(Zop32fc value, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiSubC_32fc_C3IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSubC_32fc_AC4IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Multiplication of two float images
+///
+/// Stores `pSrc1 * pSrc2` in single precision: the exact result, rounded once. Nothing is scaled or
+/// saturated; infinities and not-a-numbers follow IEEE 754. A complex product is computed in double
+/// precision, each part rounded once.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiMul_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiMul_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiMul_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMul_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiMul_32f_C1IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiMul_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiMul_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMul_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiMul_32fc_C1R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiMul_32fc_C3R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMul_32fc_AC4R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2,
+    int src2Step, Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiMul_32fc_C1IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiMul_32fc_C3IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMul_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Multiplication of float images by a constant
+///
+/// Stores `pSrc * value` in single precision: the exact result, rounded once. Nothing is scaled or saturated;
+/// infinities and not-a-numbers follow IEEE 754. A complex product is computed in double precision, each part
+/// rounded once.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `value`: The constant: a sample in `C1` forms, else one sample a channel, without one for alpha in `AC4`
+///   forms.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiMulC_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f value, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiMulC_32f_C3R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiMulC_32f_C4R(const Zop32f* pSrc, int srcStep, const Zop32f value[4], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMulC_32f_AC4R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiMulC_32f_C1IR(Zop32f value, Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiMulC_32f_C3IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiMulC_32f_C4IR(const Zop32f value[4], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMulC_32f_AC4IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiMulC_32fc_C1R(const Zop32fc* pSrc, int srcStep, Zop32fc value, Zop32fc* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiMulC_32fc_C3R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMulC_32fc_AC4R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiMulC_32fc_C1IR(Zop32fc value, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiMulC_32fc_C3IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMulC_32fc_AC4IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Multiplication of fractions of full scale
+///
+/// A sample stands for a fraction of full scale, 255 or 65535: full scale times x is x. Stores the product t
+/// of `pSrc1` and `pSrc2`, divided by full scale and rounded down: `(t + 1 + (t >> n)) >> n`, with n the bits
+/// of a sample.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadStep (-14) if a step is below 1, @ref zopStatusBadSize (-6) if a width or height is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMulScale_8u_C1R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
+    Zop8u* pDst, int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMulScale_8u_C3R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
+    Zop8u* pDst, int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiMulScale_8u_C4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
+    Zop8u* pDst, int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMulScale_8u_AC4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
+    Zop8u* pDst, int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMulScale_16u_C1R(const Zop16u* pSrc1, int src1Step, const Zop16u* pSrc2,
+    int src2Step, Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMulScale_16u_C3R(const Zop16u* pSrc1, int src1Step, const Zop16u* pSrc2,
+    int src2Step, Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiMulScale_16u_C4R(const Zop16u* pSrc1, int src1Step, const Zop16u* pSrc2,
+    int src2Step, Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMulScale_16u_AC4R(const Zop16u* pSrc1, int src1Step, const Zop16u* pSrc2,
+    int src2Step, Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiMulScale_8u_C1IR(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiMulScale_8u_C3IR(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, in place.
+ZOPI_API ZopStatus zopiMulScale_8u_C4IR(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMulScale_8u_AC4IR(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiMulScale_16u_C1IR(const Zop16u* pSrc, int srcStep, Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiMulScale_16u_C3IR(const Zop16u* pSrc, int srcStep, Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, four channels, in place.
+ZOPI_API ZopStatus zopiMulScale_16u_C4IR(const Zop16u* pSrc, int srcStep, Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMulScale_16u_AC4IR(const Zop16u* pSrc, int srcStep, Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Multiplication by a fraction of full scale
+///
+/// A sample and the constant stand for fractions of full scale, 255 or 65535: full scale times x is x. Stores
+/// their product t, divided by full scale and rounded down: `(t + 1 + (t >> n)) >> n`, with n the bits of a
+/// sample.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `value`: The constant: a sample in `C1` forms, else one sample a channel, without one for alpha in `AC4`
+///   forms.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadStep (-14) if a step is below 1, @ref zopStatusBadSize (-6) if a width or height is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMulCScale_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u value, Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMulCScale_8u_C3R(const Zop8u* pSrc, int srcStep, const Zop8u value[3], Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiMulCScale_8u_C4R(const Zop8u* pSrc, int srcStep, const Zop8u value[4], Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMulCScale_8u_AC4R(const Zop8u* pSrc, int srcStep, const Zop8u value[3], Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMulCScale_16u_C1R(const Zop16u* pSrc, int srcStep, Zop16u value, Zop16u* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMulCScale_16u_C3R(const Zop16u* pSrc, int srcStep, const Zop16u value[3],
+    Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiMulCScale_16u_C4R(const Zop16u* pSrc, int srcStep, const Zop16u value[4],
+    Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMulCScale_16u_AC4R(const Zop16u* pSrc, int srcStep, const Zop16u value[3],
+    Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiMulCScale_8u_C1IR(Zop8u value, Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiMulCScale_8u_C3IR(const Zop8u value[3], Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, in place.
+ZOPI_API ZopStatus zopiMulCScale_8u_C4IR(const Zop8u value[4], Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMulCScale_8u_AC4IR(const Zop8u value[3], Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiMulCScale_16u_C1IR(Zop16u value, Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiMulCScale_16u_C3IR(const Zop16u value[3], Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, four channels, in place.
+ZOPI_API ZopStatus zopiMulCScale_16u_C4IR(const Zop16u value[4], Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMulCScale_16u_AC4IR(const Zop16u value[3], Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
 #ifdef __cplusplus
 }
 #endif

@@ -89,6 +89,17 @@ HWY_INLINE Wide<W> each(Wide<W> v, const F& f) {
   return {f(W(), v.even), f(W(), v.odd)};
 }
 
+// f of 32-bit lanes in double precision, half a vector at a time. What f gives back is rounded to float
+// lanes, or truncated to integer ones.
+template <class D, class F, class... V>
+HWY_INLINE hn::Vec<D> inDoubles(D d, const F& f, V... v) {
+  const hn::Half<D> dh;
+  const hn::Repartition<double, D> dd;
+  const auto low = f(dd, hn::PromoteTo(dd, hn::LowerHalf(dh, v))...);
+  const auto high = f(dd, hn::PromoteTo(dd, hn::UpperHalf(dh, v))...);
+  return hn::Combine(d, hn::DemoteTo(dh, high), hn::DemoteTo(dh, low));
+}
+
 // v / 2^shift, rounded to nearest with ties to even, for shift >= 1 and any v: one above the floor if the
 // remainder is above one half, or is one half and the floor odd. No intermediate leaves the lane.
 template <class D, class V = hn::Vec<D>>

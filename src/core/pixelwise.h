@@ -104,4 +104,26 @@ void mapConstant(bool parallel, const BinaryRow<Real<T>, P...>& rows, const T* c
       b.template as<R>(), out.template as<R>());
 }
 
+// Whole plans for operations whose parameters decide nothing: serial, without a warning.
+template <class Layout, class T>
+ZopStatus combineImages(const BinaryRow<Real<T>>& rows, Image<const T> a,
+                        std::type_identity_t<Image<const T>> b, std::type_identity_t<Image<T>> out,
+                        ZopImageSize size) {
+  mapImages<Layout>(false, rows, a, b, out, size);
+  return zopStatusOk;
+}
+template <class Layout, class T>
+ZopStatus combineWithConstant(const BinaryRow<Real<T>>& rows, const T* constant,
+                              std::type_identity_t<Image<const T>> b, std::type_identity_t<Image<T>> out,
+                              ZopImageSize size) {
+  mapConstant<Layout>(false, rows, constant, b, out, size);
+  return zopStatusOk;
+}
+template <class Layout, class T>
+ZopStatus combineWithConstant(const BinaryRow<Real<T>>& rows, T constant,
+                              std::type_identity_t<Image<const T>> b, std::type_identity_t<Image<T>> out,
+                              ZopImageSize size) {
+  return combineWithConstant<Layout>(rows, &constant, b, out, size);
+}
+
 }  // namespace zopi
