@@ -18,16 +18,14 @@ struct MulScale {
   template <class D, class V>
   HWY_INLINE V operator()(D d, V a, V b) const {
     if constexpr (sizeof(hn::TFromD<D>) == 1) {
-      // (t + 1 + (t >> 8)) >> 8, in 16-bit lanes that it does not leave.
+      // (t + 1) * 257 >> 16, in 16-bit lanes.
       const WideTag<D> dw;
-      const auto one = hn::Set(dw, 1);
-      const auto sum = [one](auto x, auto y) HWY_ATTR {
-        const auto t = hn::Mul(x, y);
-        return hn::Add(hn::Add(t, one), hn::ShiftRight<8>(t));
+      const auto product = [dw](auto x, auto y) HWY_ATTR {
+        return hn::MulHigh(hn::Add(hn::Mul(x, y), hn::Set(dw, 1)), hn::Set(dw, 257));
       };
       const auto wa = widen(d, a), wb = widen(d, b);
-      const auto even = hn::BitCast(d, hn::ShiftRight<8>(sum(wa.even, wb.even)));
-      return hn::OddEven(hn::BitCast(d, sum(wa.odd, wb.odd)), even);
+      const auto odd = hn::ShiftLeft<8>(product(wa.odd, wb.odd));
+      return hn::BitCast(d, hn::Or(odd, product(wa.even, wb.even)));
     } else {
       // The carry of low + high + 1: low is not below the complement of high.
       const auto low = hn::Mul(a, b), high = hn::MulHigh(a, b);

@@ -54,9 +54,13 @@ HWY_INLINE Wide<WideTag<D>> widen(D d, V v) {
     const auto one = hn::Set(d, 1);
     return {hn::MulEven(v, one), hn::MulEven(oddAsEven(d, v), one)};
   } else {
-    constexpr int kBits = 8 * sizeof(hn::TFromD<D>);
+    using T = hn::TFromD<D>;
+    constexpr int kBits = 8 * sizeof(T);
     const auto w = hn::BitCast(dw, v);
-    return {hn::ShiftRight<kBits>(hn::ShiftLeft<kBits>(w)), hn::ShiftRight<kBits>(w)};
+    if constexpr (std::is_unsigned_v<T>)
+      return {hn::And(w, hn::Set(dw, std::numeric_limits<T>::max())), hn::ShiftRight<kBits>(w)};
+    else
+      return {hn::ShiftRight<kBits>(hn::ShiftLeft<kBits>(w)), hn::ShiftRight<kBits>(w)};
   }
 }
 
