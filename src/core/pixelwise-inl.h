@@ -14,39 +14,46 @@ HWY_BEFORE_NAMESPACE();
 namespace zopi {
 namespace HWY_NAMESPACE {
 
+template <class Op, class T>
+using OperandTag = SamplesOf<T, LaneTag<Op, T>>;
+
 template <class Op, class T, class... P>
 void imageRows(Image<const T> a, Image<T> out, Extent e, P... p) {
-  mapRows(Tag<T>(), Op{p...}, out, e, ImageOperand<Tag<T>>{a});
+  mapRows(LaneTag<Op, T>(), Op{p...}, out, e, ImageOperand<OperandTag<Op, T>>{a});
 }
 
 template <class Op, class T, class... P>
 void imageRowsKeeping(const Pattern<T>& written, Image<const T> a, Image<T> out, Extent e, P... p) {
-  mapRows(Tag<T>(), Keeping<Op>{Op{p...}}, out, unstreamed(e), ImageOperand<Tag<T>>{out},
-          PatternOperand<Tag<T>>(written), ImageOperand<Tag<T>>{a});
+  mapRows(LaneTag<Op, T>(), Keeping<Op>{Op{p...}}, out, unstreamed(e), ImageOperand<OperandTag<Op, T>>{out},
+          PatternOperand<OperandTag<Op, T>>(written), ImageOperand<OperandTag<Op, T>>{a});
 }
 
 template <class Op, class T, class... P>
 void twoImageRows(Image<const T> a, Image<const T> b, Image<T> out, Extent e, P... p) {
-  mapRows(Tag<T>(), Op{p...}, out, e, ImageOperand<Tag<T>>{a}, ImageOperand<Tag<T>>{b});
+  mapRows(LaneTag<Op, T>(), Op{p...}, out, e, ImageOperand<OperandTag<Op, T>>{a},
+          ImageOperand<OperandTag<Op, T>>{b});
 }
 
 template <class Op, class T, class... P>
 void twoImageRowsKeeping(const Pattern<T>& written, Image<const T> a, Image<const T> b, Image<T> out,
                          Extent e, P... p) {
-  mapRows(Tag<T>(), Keeping<Op>{Op{p...}}, out, unstreamed(e), ImageOperand<Tag<T>>{out},
-          PatternOperand<Tag<T>>(written), ImageOperand<Tag<T>>{a}, ImageOperand<Tag<T>>{b});
+  mapRows(LaneTag<Op, T>(), Keeping<Op>{Op{p...}}, out, unstreamed(e), ImageOperand<OperandTag<Op, T>>{out},
+          PatternOperand<OperandTag<Op, T>>(written), ImageOperand<OperandTag<Op, T>>{a},
+          ImageOperand<OperandTag<Op, T>>{b});
 }
 
 template <class Op, class T, class... P>
 void constantRows(const Pattern<T>& a, Image<const T> b, Image<T> out, Extent e, P... p) {
-  mapRows(Tag<T>(), Op{p...}, out, e, PatternOperand<Tag<T>>(a), ImageOperand<Tag<T>>{b});
+  mapRows(LaneTag<Op, T>(), Op{p...}, out, e, PatternOperand<OperandTag<Op, T>>(a),
+          ImageOperand<OperandTag<Op, T>>{b});
 }
 
 template <class Op, class T, class... P>
 void constantRowsKeeping(const Pattern<T>& written, const Pattern<T>& a, Image<const T> b, Image<T> out,
                          Extent e, P... p) {
-  mapRows(Tag<T>(), Keeping<Op>{Op{p...}}, out, unstreamed(e), ImageOperand<Tag<T>>{out},
-          PatternOperand<Tag<T>>(written), PatternOperand<Tag<T>>(a), ImageOperand<Tag<T>>{b});
+  mapRows(LaneTag<Op, T>(), Keeping<Op>{Op{p...}}, out, unstreamed(e), ImageOperand<OperandTag<Op, T>>{out},
+          PatternOperand<OperandTag<Op, T>>(written), PatternOperand<OperandTag<Op, T>>(a),
+          ImageOperand<OperandTag<Op, T>>{b});
 }
 
 template <class Op, class T, class... P>
