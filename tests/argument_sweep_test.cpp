@@ -2,6 +2,8 @@
 // the status tells the order of the checks, and no byte is written.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <string>
@@ -29,7 +31,24 @@ struct OwnCheck {
   ZopStatus status;
   std::vector<Value> (*caught)(const Argument& argument);
 };
-const std::vector<OwnCheck> kOwnChecks = {};
+// Divisors of zero, and arrays in which one is.
+std::vector<Value> zeroDivisors(const Argument& argument) {
+  if (argument.role == Role::Sample) return {Value(std::int64_t{0})};
+  static std::vector<std::unique_ptr<std::vector<unsigned char>>> arrays;
+  std::vector<Value> result;
+  for (int zero = 0; zero < argument.samples; ++zero) {
+    arrays.push_back(
+        std::make_unique<std::vector<unsigned char>>(argument.samples * argument.sampleBytes, 1));
+    std::fill_n(arrays.back()->begin() + zero * argument.sampleBytes, argument.sampleBytes, 0);
+    result.emplace_back(static_cast<void*>(arrays.back()->data()));
+  }
+  return result;
+}
+
+const std::vector<OwnCheck> kOwnChecks = {
+    {"checkDivisor(value)", "value", zopStatusDivideByZero, zeroDivisors},
+    {"checkDivisors(value)", "value", zopStatusDivideByZero, zeroDivisors},
+};
 
 ZopStatus expected(const Function& function, const Badness& bad) {
   std::istringstream checks(function.checks);
@@ -140,6 +159,15 @@ TEST(ArgumentOrder, ByHand) {
   Zop8u* planes[3] = {image, nullptr, image};
   EXPECT_EQ(zopStatusNullPointer, zopiCopy_8u_C3P3R(image, 0, planes, 0, none));
   EXPECT_EQ(zopStatusNullPointer, zopiAbs_16s_C1R(nullptr, 0, nullptr, 0, none));
+
+  Zop32fc number = {}, zeros[3] = {{1, 0}, {0, 1}, {0, 0}};
+  EXPECT_EQ(zopStatusNullPointer, zopiMulScale_8u_C1IR(nullptr, 0, nullptr, 8, none));
+  EXPECT_EQ(zopStatusBadStep, zopiMulScale_8u_C3IR(image, 0, image, 8, none));
+  EXPECT_EQ(zopStatusBadSize, zopiDivC_8u_C1RSfs(image, 8, 0, image, 8, none, 0));
+  EXPECT_EQ(zopStatusDivideByZero, zopiDivC_32fc_C1R(nullptr, 0, {0, 0}, nullptr, 0, none));
+  EXPECT_EQ(zopStatusNullPointer, zopiDivC_32fc_C1IR({0, 0}, nullptr, 0, none));
+  EXPECT_EQ(zopStatusDivideByZero, zopiDivC_32fc_C3R(nullptr, 0, zeros, nullptr, 0, none));
+  EXPECT_EQ(zopStatusNullPointer, zopiDivC_32fc_AC4IR(nullptr, &number, 0, none));
 }
 
 }  // namespace

@@ -33,14 +33,17 @@ extern "C" {
 /// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
 ///   bytes between its rows.
 ///
-/// Arguments are checked in this order in the forms `C1`, `AC4`, `C3`: @ref zopStatusNullPointer (-8) if a
-/// pointer is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14)
-/// if a step is below 1. After a failed check nothing is written.
+/// Arguments are checked in this order in the forms `8u_C1RSfs`, `8u_AC4RSfs`, `16s_C1RSfs`, `16s_AC4RSfs`,
+/// `8u_C1IRSfs`, `8u_AC4IRSfs`, `16s_C1IRSfs`, `16s_AC4IRSfs`, `16sc_C1RSfs`, `16sc_C3RSfs`, `16sc_AC4RSfs`,
+/// `32sc_C1RSfs`, `32sc_C3RSfs`, `32sc_AC4RSfs`, `16sc_C1IRSfs`, `16sc_C3IRSfs`, `16sc_AC4IRSfs`,
+/// `32sc_C1IRSfs`, `32sc_C3IRSfs`, `32sc_AC4IRSfs`: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
 ///
-/// Arguments are checked in this order in the forms `C3`, `C4`: @ref zopStatusBadSize (-6) if the width is
-/// below 1, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or
-/// height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is
-/// written.
+/// Arguments are checked in this order in the forms `8u_C3RSfs`, `8u_C4RSfs`, `16s_C3RSfs`, `16s_C4RSfs`,
+/// `8u_C3IRSfs`, `8u_C4IRSfs`, `16s_C3IRSfs`, `16s_C4IRSfs`: @ref zopStatusBadSize (-6) if the width is below
+/// 1, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or height is
+/// below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
 ///
 /// Returns @ref zopStatusOk.
 /// @{
@@ -264,14 +267,17 @@ ZOPI_API ZopStatus zopiAddC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcD
 /// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
 ///   bytes between its rows.
 ///
-/// Arguments are checked in this order in the forms `C1`, `AC4`, `C3`: @ref zopStatusNullPointer (-8) if a
-/// pointer is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14)
-/// if a step is below 1. After a failed check nothing is written.
+/// Arguments are checked in this order in the forms `8u_C1RSfs`, `8u_AC4RSfs`, `16s_C1RSfs`, `16s_AC4RSfs`,
+/// `8u_C1IRSfs`, `8u_AC4IRSfs`, `16s_C1IRSfs`, `16s_AC4IRSfs`, `16sc_C1RSfs`, `16sc_C3RSfs`, `16sc_AC4RSfs`,
+/// `32sc_C1RSfs`, `32sc_C3RSfs`, `32sc_AC4RSfs`, `16sc_C1IRSfs`, `16sc_C3IRSfs`, `16sc_AC4IRSfs`,
+/// `32sc_C1IRSfs`, `32sc_C3IRSfs`, `32sc_AC4IRSfs`: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
 ///
-/// Arguments are checked in this order in the forms `C3`, `C4`: @ref zopStatusBadSize (-6) if the width is
-/// below 1, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or
-/// height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is
-/// written.
+/// Arguments are checked in this order in the forms `8u_C3RSfs`, `8u_C4RSfs`, `16s_C3RSfs`, `16s_C4RSfs`,
+/// `8u_C3IRSfs`, `8u_C4IRSfs`, `16s_C3IRSfs`, `16s_C4IRSfs`: @ref zopStatusBadSize (-6) if the width is below
+/// 1, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or height is
+/// below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
 ///
 /// Returns @ref zopStatusOk.
 /// @{
@@ -495,14 +501,17 @@ ZOPI_API ZopStatus zopiSubC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcD
 /// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
 ///   bytes between its rows.
 ///
-/// Arguments are checked in this order in the forms `C1`, `AC4`, `C3`: @ref zopStatusNullPointer (-8) if a
-/// pointer is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14)
-/// if a step is below 1. After a failed check nothing is written.
+/// Arguments are checked in this order in the forms `8u_C1RSfs`, `8u_AC4RSfs`, `16s_C1RSfs`, `16s_AC4RSfs`,
+/// `8u_C1IRSfs`, `8u_AC4IRSfs`, `16s_C1IRSfs`, `16s_AC4IRSfs`, `16sc_C1RSfs`, `16sc_C3RSfs`, `16sc_AC4RSfs`,
+/// `32sc_C1RSfs`, `32sc_C3RSfs`, `32sc_AC4RSfs`, `16sc_C1IRSfs`, `16sc_C3IRSfs`, `16sc_AC4IRSfs`,
+/// `32sc_C1IRSfs`, `32sc_C3IRSfs`, `32sc_AC4IRSfs`: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
 ///
-/// Arguments are checked in this order in the forms `C3`, `C4`: @ref zopStatusBadSize (-6) if the width is
-/// below 1, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or
-/// height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is
-/// written.
+/// Arguments are checked in this order in the forms `8u_C3RSfs`, `8u_C4RSfs`, `16s_C3RSfs`, `16s_C4RSfs`,
+/// `8u_C3IRSfs`, `8u_C4IRSfs`, `16s_C3IRSfs`, `16s_C4IRSfs`: @ref zopStatusBadSize (-6) if the width is below
+/// 1, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or height is
+/// below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
 ///
 /// Returns @ref zopStatusOk.
 /// @{
@@ -1258,6 +1267,340 @@ ZOPI_API ZopStatus zopiMulCScale_16u_C4IR(const Zop16u value[4], Zop16u* pSrcDst
     ZopImageSize roiSize);
 /// 16-bit unsigned, three of four channels, alpha left alone, in place.
 ZOPI_API ZopStatus zopiMulCScale_16u_AC4IR(const Zop16u value[3], Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Division of two images of integers, scaled
+///
+/// Stores `pSrc2 / pSrc1` (in place `pSrcDst / pSrc`: the first image is the divisor), multiplied by
+/// 2^-scaleFactor, rounded to nearest with ties to even and saturated.
+///
+/// Where the divisor is zero, the largest value of the sign of the dividend is stored, or 0 if that is zero,
+/// too. The complex quotient is (a b*) / (b b*), with b* the conjugate of the divisor: the reciprocal of b b*
+/// is rounded to double precision before it is multiplied. The rounding mode of the caller has no influence
+/// and is kept. `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: The exact result is multiplied by 2 to the power of minus this number. Any value is
+///   valid.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusZeroDenominator (6, a warning) if a sample of the divisor is zero, else @ref
+/// zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiDiv_8u_C1RSfs(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
+    Zop8u* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiDiv_8u_C3RSfs(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
+    Zop8u* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiDiv_16s_C1RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2, int src2Step,
+    Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiDiv_16s_C3RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2, int src2Step,
+    Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiDiv_8u_C1IRSfs(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiDiv_8u_C3IRSfs(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiDiv_16s_C1IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiDiv_16s_C3IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, one channel.
+ZOPI_API ZopStatus zopiDiv_16sc_C1RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
+    int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three channels.
+ZOPI_API ZopStatus zopiDiv_16sc_C3RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
+    int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDiv_16sc_AC4RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
+    int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, one channel.
+ZOPI_API ZopStatus zopiDiv_32sc_C1RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
+    int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three channels.
+ZOPI_API ZopStatus zopiDiv_32sc_C3RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
+    int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDiv_32sc_AC4RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
+    int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, one channel, in place.
+ZOPI_API ZopStatus zopiDiv_16sc_C1IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three channels, in place.
+ZOPI_API ZopStatus zopiDiv_16sc_C3IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDiv_16sc_AC4IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, one channel, in place.
+ZOPI_API ZopStatus zopiDiv_32sc_C1IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three channels, in place.
+ZOPI_API ZopStatus zopiDiv_32sc_C3IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDiv_32sc_AC4IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// @}
+
+/// @name Division of images of integers by a constant, scaled
+///
+/// Stores `pSrc / value`, multiplied by 2^-scaleFactor, rounded to nearest and saturated.
+///
+/// Samples are multiplied by the reciprocal of the constant, in double precision. A quotient half-way between
+/// two integers may therefore come out on either side of the tie, and round differently from the quotient of
+/// two images. Complex forms divide as two images do. The rounding mode of the caller has no influence and is
+/// kept. `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `value`: The constant: a sample in `C1` forms, else one sample a channel, without one for alpha in `AC4`
+///   forms.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: The exact result is multiplied by 2 to the power of minus this number. Any value is
+///   valid.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order in the forms `C1`: @ref zopStatusNullPointer (-8) if a pointer is
+/// null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is
+/// below 1, @ref zopStatusDivideByZero (-10) if the constant is zero. After a failed check nothing is
+/// written.
+///
+/// Arguments are checked in this order in the forms `C3`, `AC4`: @ref zopStatusNullPointer (-8) if a pointer
+/// is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step
+/// is below 1, @ref zopStatusDivideByZero (-10) if one of the constants is zero. After a failed check nothing
+/// is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiDivC_8u_C1RSfs(const Zop8u* pSrc, int srcStep, Zop8u value, Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiDivC_16s_C1RSfs(const Zop16s* pSrc, int srcStep, Zop16s value, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, one channel.
+ZOPI_API ZopStatus zopiDivC_16sc_C1RSfs(const Zop16sc* pSrc, int srcStep, Zop16sc value, Zop16sc* pDst,
+    int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, one channel.
+ZOPI_API ZopStatus zopiDivC_32sc_C1RSfs(const Zop32sc* pSrc, int srcStep, Zop32sc value, Zop32sc* pDst,
+    int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiDivC_8u_C1IRSfs(Zop8u value, Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiDivC_16s_C1IRSfs(Zop16s value, Zop16s* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, one channel, in place.
+ZOPI_API ZopStatus zopiDivC_16sc_C1IRSfs(Zop16sc value, Zop16sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, one channel, in place.
+ZOPI_API ZopStatus zopiDivC_32sc_C1IRSfs(Zop32sc value, Zop32sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiDivC_8u_C3RSfs(const Zop8u* pSrc, int srcStep, const Zop8u value[3], Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiDivC_16s_C3RSfs(const Zop16s* pSrc, int srcStep, const Zop16s value[3],
+    Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three channels.
+ZOPI_API ZopStatus zopiDivC_16sc_C3RSfs(const Zop16sc* pSrc, int srcStep, const Zop16sc value[3],
+    Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three channels.
+ZOPI_API ZopStatus zopiDivC_32sc_C3RSfs(const Zop32sc* pSrc, int srcStep, const Zop32sc value[3],
+    Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiDivC_8u_C3IRSfs(const Zop8u value[3], Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiDivC_16s_C3IRSfs(const Zop16s value[3], Zop16s* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three channels, in place.
+ZOPI_API ZopStatus zopiDivC_16sc_C3IRSfs(const Zop16sc value[3], Zop16sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three channels, in place.
+ZOPI_API ZopStatus zopiDivC_32sc_C3IRSfs(const Zop32sc value[3], Zop32sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDivC_16sc_AC4RSfs(const Zop16sc* pSrc, int srcStep, const Zop16sc value[3],
+    Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDivC_32sc_AC4RSfs(const Zop32sc* pSrc, int srcStep, const Zop32sc value[3],
+    Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDivC_16sc_AC4IRSfs(const Zop16sc value[3], Zop16sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDivC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// @}
+
+/// @name Division of two float images
+///
+/// Stores `pSrc2 / pSrc1` (in place `pSrcDst / pSrc`: the first image is the divisor) in single precision.
+/// The complex quotient is (a b*) / (b b*) in double precision, with b* the conjugate of the divisor, each
+/// part rounded once.
+///
+/// Where the divisor is zero, of either sign, the sign of the dividend (of the numerator, if complex)
+/// decides: infinity of that sign is stored, or for zero the not-a-number with the bits 0xFFC00000; a
+/// dividend that is not a number gives minus infinity.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusZeroDenominator (6, a warning) if a sample of the divisor is zero, else @ref
+/// zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiDiv_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiDiv_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiDiv_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDiv_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiDiv_32f_C1IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiDiv_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiDiv_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDiv_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiDiv_32fc_C1R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiDiv_32fc_C3R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDiv_32fc_AC4R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2,
+    int src2Step, Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiDiv_32fc_C1IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiDiv_32fc_C3IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDiv_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Division of float images by a constant
+///
+/// Real forms multiply by the reciprocal of the constant, which is rounded to single precision first; if that
+/// is zero, the one-channel forms clear the image. The complex quotient is (a b*) / (b b*) in double
+/// precision, with b* the conjugate of the constant b, each part rounded once. `AC4` forms leave the
+/// destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `value`: The constant: a sample in `C1` forms, else one sample a channel, without one for alpha in `AC4`
+///   forms.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order in the forms `32f_C1R`, `32f_C1IR`, `32fc_C1IR`: @ref
+/// zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or height is below
+/// 1, @ref zopStatusBadStep (-14) if a step is below 1, @ref zopStatusDivideByZero (-10) if the constant is
+/// zero. After a failed check nothing is written.
+///
+/// Arguments are checked in this order in the forms `32fc_C1R`: @ref zopStatusDivideByZero (-10) if the
+/// constant is zero, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a
+/// width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing
+/// is written.
+///
+/// Arguments are checked in this order in the forms `32f_C3R`, `32f_C3IR`: @ref zopStatusNullPointer (-8) if
+/// a pointer is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14)
+/// if a step is below 1, @ref zopStatusDivideByZero (-10) if one of the constants is zero. After a failed
+/// check nothing is written.
+///
+/// Arguments are checked in this order in the forms `32fc_C3R`, `32fc_AC4R`, `32fc_C3IR`, `32fc_AC4IR`: @ref
+/// zopStatusNullPointer (-8) if the array of constants is null, @ref zopStatusDivideByZero (-10) if one of
+/// the constants is zero, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if
+/// a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check
+/// nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiDivC_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f value, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiDivC_32f_C1IR(Zop32f value, Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiDivC_32fc_C1IR(Zop32fc value, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiDivC_32fc_C1R(const Zop32fc* pSrc, int srcStep, Zop32fc value, Zop32fc* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiDivC_32f_C3R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiDivC_32f_C3IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiDivC_32fc_C3R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDivC_32fc_AC4R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiDivC_32fc_C3IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDivC_32fc_AC4IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// @}
 

@@ -150,12 +150,13 @@ bool shortCut(std::type_identity_t<Image<const T>> source, T value, Image<T> out
     return true;
   }
   if (multiplies && value == 0) {
-    setPixels<C1>(T{0}, out, size);
+    setZero<C1>(out, size);
     return true;
   }
   // Every 8-bit sum is positive here.
   if (std::is_same_v<Op, Add> && std::is_same_v<T, Zop8u> && scaleFactor <= -8 && value != 0) {
-    setPixels<C1>(std::numeric_limits<T>::max(), out, size);
+    constexpr T highest = std::numeric_limits<T>::max();
+    setPixels<C1>(&highest, out, size);
     return true;
   }
   return false;
@@ -166,6 +167,9 @@ ZopStatus withConstant(std::type_identity_t<Image<const T>> source, const T* val
                        ZopImageSize size, int scaleFactor) {
   constexpr ScaledOperation operation = kOperation<Op, T>;
   constexpr bool truncates = kIsComplex<T> && !std::is_same_v<Layout, C1>;
+  if constexpr (!kIsComplex<T> && std::is_same_v<Layout, C1>) {
+    if (shortCut<Op, kForm>(source, *values, out, size, scaleFactor)) return zopStatusOk;
+  }
   if (!truncates && scaleFactor > kZeroAbove<Real<T>>[operation]) {
     setZero<Layout>(out, size);
     return zopStatusOk;
@@ -178,15 +182,6 @@ ZopStatus withConstant(std::type_identity_t<Image<const T>> source, const T* val
   const auto& rows = scaledTable().of<Real<T>>().rows[operation][step.route];
   mapConstant<Layout>(parallel, rows, values, source, out, size, step.shift);
   return zopStatusOk;
-}
-
-template <class Op, class Layout, Form kForm, class T>
-ZopStatus withConstant(std::type_identity_t<Image<const T>> source, T value, Image<T> out, ZopImageSize size,
-                       int scaleFactor) {
-  if constexpr (!kIsComplex<T>) {
-    if (shortCut<Op, kForm>(source, value, out, size, scaleFactor)) return zopStatusOk;
-  }
-  return withConstant<Op, Layout, kForm>(source, &value, out, size, scaleFactor);
 }
 
 }  // namespace

@@ -93,6 +93,37 @@ HWY_INLINE Wide<W> each(Wide<W> v, const F& f) {
   return {f(W(), v.even), f(W(), v.odd)};
 }
 
+// Samples of any type as floating-point lanes.
+template <class D, class V>
+HWY_INLINE hn::Vec<D> toReal(D d, V v) {
+  using T = hn::TFromV<V>;
+  using Real = hn::TFromD<D>;
+  if constexpr (sizeof(T) < 4)
+    return toReal(d, hn::PromoteTo(hn::Rebind<int32_t, D>(), v));
+  else if constexpr (sizeof(T) < sizeof(Real))
+    return hn::PromoteTo(d, v);
+  else if constexpr (hwy::IsFloat<T>())
+    return v;
+  else
+    return hn::ConvertTo(d, v);
+}
+
+// Floating-point lanes as samples: rounded to a narrower floating-point type, truncated to an integer one.
+// The values must be in its range.
+template <class DT, class V>
+HWY_INLINE hn::Vec<DT> fromReal(DT dt, V v) {
+  using T = hn::TFromD<DT>;
+  using Real = hn::TFromV<V>;
+  if constexpr (sizeof(T) < 4)
+    return hn::DemoteTo(dt, fromReal(hn::Rebind<int32_t, DT>(), v));
+  else if constexpr (sizeof(T) < sizeof(Real))
+    return hn::DemoteTo(dt, v);
+  else if constexpr (hwy::IsFloat<T>())
+    return v;
+  else
+    return hn::ConvertTo(dt, v);
+}
+
 // f of 32-bit lanes in double precision, half a vector at a time. What f gives back is rounded to float
 // lanes, or truncated to integer ones.
 template <class D, class F, class... V>

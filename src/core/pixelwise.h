@@ -119,11 +119,5 @@ ZopStatus combineWithConstant(const BinaryRow<Real<T>>& rows, const T* constant,
   mapConstant<Layout>(false, rows, constant, b, out, size);
   return zopStatusOk;
 }
-template <class Layout, class T>
-ZopStatus combineWithConstant(const BinaryRow<Real<T>>& rows, T constant,
-                              std::type_identity_t<Image<const T>> b, std::type_identity_t<Image<T>> out,
-                              ZopImageSize size) {
-  return combineWithConstant<Layout>(rows, &constant, b, out, size);
-}
 
 }  // namespace zopi

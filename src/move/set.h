@@ -33,11 +33,6 @@ ZopStatus setPixels(const T* values, Image<T> dst, ZopImageSize size) {
   return zopStatusOk;
 }
 
-template <class Layout, class T>
-ZopStatus setPixels(T value, Image<T> dst, ZopImageSize size) {
-  return setPixels<Layout>(&value, dst, size);
-}
-
 // The colours of four-channel pixels; alpha is not touched.
 template <class T>
 ZopStatus setColours(const T* values, Image<T> dst, ZopImageSize size) {
