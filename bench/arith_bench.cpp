@@ -91,6 +91,34 @@ const bool registered = [] {
   addTwoImages("zopiMulScale_8u_C1R", 1, zopiMulScale_8u_C1R);
   addTwoImages("zopiMulScale_16u_C1R", 1, zopiMulScale_16u_C1R);
   addConstants("zopiMulCScale_8u_C3R", 3, zopiMulCScale_8u_C3R);
+
+  addTwoImages("zopiDiv_32f_C1R", 1, zopiDiv_32f_C1R);
+  addTwoImages("zopiDiv_32f_AC4R", 4, zopiDiv_32f_AC4R);
+  addTwoImages("zopiDiv_32fc_C1R", 1, zopiDiv_32fc_C1R);
+  addTwoImages("zopiDiv_8u_C1RSfs/s-4", 1, zopiDiv_8u_C1RSfs, -4);
+  addTwoImages("zopiDiv_16s_C1RSfs/s-4", 1, zopiDiv_16s_C1RSfs, -4);
+  addTwoImages("zopiDiv_16s_C1RSfs/s-9", 1, zopiDiv_16s_C1RSfs, -9);
+  addTwoImages("zopiDiv_16sc_C1RSfs/s-4", 1, zopiDiv_16sc_C1RSfs, -4);
+  addConstant("zopiDivC_32f_C1R", 3.0f, zopiDivC_32f_C1R);
+  addConstant("zopiDivC_8u_C1RSfs/s0", Zop8u{3}, zopiDivC_8u_C1RSfs, 0);
+  addConstants("zopiDivC_8u_C3RSfs/s0", 3, zopiDivC_8u_C3RSfs, 0);
+  addConstant("zopiDivC_16s_C1RSfs/s0", Zop16s{3}, zopiDivC_16s_C1RSfs, 0);
+
+  addImage("zopiSqr_8u_C1RSfs/s4", 1, zopiSqr_8u_C1RSfs, 4);
+  addImage("zopiSqr_16u_C1RSfs/s8", 1, zopiSqr_16u_C1RSfs, 8);
+  addImage("zopiSqr_16s_C1RSfs/s8", 1, zopiSqr_16s_C1RSfs, 8);
+  addImage("zopiSqr_32f_C1R", 1, zopiSqr_32f_C1R);
+  addImage("zopiSqrt_8u_C1RSfs/s-4", 1, zopiSqrt_8u_C1RSfs, -4);
+  addImage("zopiSqrt_8u_AC4RSfs/s-4", 4, zopiSqrt_8u_AC4RSfs, -4);
+  addImage("zopiSqrt_16u_C1RSfs/s0", 1, zopiSqrt_16u_C1RSfs, 0);
+  addImage("zopiSqrt_16u_C1RSfs/s-8", 1, zopiSqrt_16u_C1RSfs, -8);
+  addImage("zopiSqrt_32f_C1R", 1, zopiSqrt_32f_C1R);
+  addImage("zopiLn_8u_C1RSfs/s-5", 1, zopiLn_8u_C1RSfs, -5);
+  addImage("zopiLn_16s_C1RSfs/s0", 1, zopiLn_16s_C1RSfs, 0);
+  addImage("zopiLn_32f_C1R", 1, zopiLn_32f_C1R);
+  addImage("zopiExp_8u_C1RSfs/s0", 1, zopiExp_8u_C1RSfs, 0);
+  addImage("zopiExp_16s_C1RSfs/s0", 1, zopiExp_16s_C1RSfs, 0);
+  addImage("zopiExp_32f_C1R", 1, zopiExp_32f_C1R);
   return true;
 }();
 

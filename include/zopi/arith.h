@@ -1604,6 +1604,426 @@ ZOPI_API ZopStatus zopiDivC_32fc_AC4IR(const Zop32fc value[3], Zop32fc* pSrcDst,
     ZopImageSize roiSize);
 /// @}
 
+/// @name Squares of integers, scaled
+///
+/// Stores the square of each sample, multiplied by 2^-scaleFactor, rounded to nearest with ties to even and
+/// saturated.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone. But for
+/// the `C4` forms, what a step holds beyond whole samples is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: The exact result is multiplied by 2 to the power of minus this number. Any value is
+///   valid.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiSqr_8u_C1RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiSqr_8u_C3RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiSqr_8u_C4RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqr_8u_AC4RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiSqr_16u_C1RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiSqr_16u_C3RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiSqr_16u_C4RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqr_16u_AC4RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiSqr_16s_C1RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiSqr_16s_C3RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiSqr_16s_C4RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqr_16s_AC4RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiSqr_8u_C1IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiSqr_8u_C3IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 8-bit unsigned, four channels, in place.
+ZOPI_API ZopStatus zopiSqr_8u_C4IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqr_8u_AC4IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiSqr_16u_C1IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiSqr_16u_C3IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, four channels, in place.
+ZOPI_API ZopStatus zopiSqr_16u_C4IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqr_16u_AC4IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiSqr_16s_C1IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiSqr_16s_C3IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, four channels, in place.
+ZOPI_API ZopStatus zopiSqr_16s_C4IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqr_16s_AC4IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// @}
+
+/// @name Squares of float images
+///
+/// Stores the square of each sample in single precision.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone. But for
+/// the `C4` forms, what a step holds beyond whole samples is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiSqr_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiSqr_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiSqr_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqr_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiSqr_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiSqr_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiSqr_32f_C4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqr_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// @}
+
+/// @name Square roots of integers, scaled
+///
+/// Stores the square root of each sample, multiplied by 2^-scaleFactor, rounded to nearest with ties to even
+/// and saturated; 0 for a negative sample. The rounding mode of the caller has no influence and is kept.
+///
+/// `AC4` forms leave the destination's alpha alone. What a step holds beyond whole samples is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: The exact result is multiplied by 2 to the power of minus this number. Any value is
+///   valid.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusSqrtNegative (3, a warning) if a sample is negative, else @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiSqrt_8u_C1RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiSqrt_8u_C3RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqrt_8u_AC4RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiSqrt_16u_C1RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiSqrt_16u_C3RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqrt_16u_AC4RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiSqrt_16s_C1RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiSqrt_16s_C3RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqrt_16s_AC4RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiSqrt_8u_C1IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiSqrt_8u_C3IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqrt_8u_AC4IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiSqrt_16u_C1IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiSqrt_16u_C3IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqrt_16u_AC4IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiSqrt_16s_C1IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiSqrt_16s_C3IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqrt_16s_AC4IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// @}
+
+/// @name Square roots of float images
+///
+/// Stores the square root of each sample in single precision; a not-a-number for a negative sample, and -0
+/// for -0.
+///
+/// The `C4` form treats alpha like any other channel, `AC4` forms leave the destination's alpha alone. But
+/// for the `C4` form, what a step holds beyond whole samples is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusSqrtNegative (3, a warning) if a sample is negative, else @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiSqrt_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiSqrt_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqrt_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiSqrt_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiSqrt_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiSqrt_32f_C4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqrt_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// @}
+
+/// @name Natural logarithms of integers, scaled
+///
+/// Stores the natural logarithm of each sample, multiplied by 2^-scaleFactor, rounded to nearest and
+/// saturated. For zero that is the lowest value of the type, and for a negative sample 0. The rounding mode
+/// of the caller has no influence and is kept.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: The exact result is multiplied by 2 to the power of minus this number. Any value is
+///   valid.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusLnZero (7, a warning) if the first sample that has no logarithm is zero, @ref
+/// zopStatusLnNegative (8, a warning) if it is negative, else @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiLn_8u_C1RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiLn_8u_C3RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiLn_16s_C1RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiLn_16s_C3RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiLn_8u_C1IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiLn_8u_C3IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiLn_16s_C1IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiLn_16s_C3IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// @}
+
+/// @name Natural logarithms of float images
+///
+/// Stores the natural logarithm of each sample: that in double precision, rounded to single precision. For
+/// zero, of either sign, that is minus infinity, and for a negative sample the not-a-number with the bits
+/// 0xFFC00000. The rounding mode of the caller has no influence and is kept.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusLnZero (7, a warning) if the first sample that has no logarithm is zero, @ref
+/// zopStatusLnNegative (8, a warning) if it is negative, else @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiLn_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiLn_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiLn_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiLn_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// @}
+
+/// @name Exponentials of integers, scaled
+///
+/// Stores e to the power of each sample, multiplied by 2^-scaleFactor, rounded to nearest with ties to even
+/// and saturated. One result is odd: for `8u`, e^0 / 2 rounds to 1. The rounding mode of the caller has no
+/// influence and is kept.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: The exact result is multiplied by 2 to the power of minus this number. Any value is
+///   valid.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiExp_8u_C1RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiExp_8u_C3RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiExp_16s_C1RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiExp_16s_C3RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiExp_8u_C1IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiExp_8u_C3IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiExp_16s_C1IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiExp_16s_C3IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// @}
+
+/// @name Exponentials of float images
+///
+/// Stores e to the power of each sample: that in double precision, rounded to single precision. The rounding
+/// mode of the caller has no influence and is kept.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiExp_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiExp_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiExp_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiExp_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// @}
+
 #ifdef __cplusplus
 }
 #endif

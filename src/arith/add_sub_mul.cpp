@@ -107,16 +107,6 @@ bool sharesRows(ScaleRoute route, ZopImageSize samples) {
   return !gated || (is8u ? gate8u(samples) : gate16s(samples));
 }
 
-template <class Layout, class T>
-void setZero(Image<T> out, ZopImageSize size) {
-  constexpr Real<T> zero[RealLayout<Layout, T>::channels] = {};
-  if constexpr (std::is_same_v<Layout, AC4>) {
-    setColours(zero, out.template as<Real<T>>(), size);
-  } else {
-    setPixels<RealLayout<Layout, T>>(zero, out.template as<Real<T>>(), size);
-  }
-}
-
 template <class T, bool kTruncates>
 Step stepOf(int scaleFactor) {
   return kTruncates ? truncatingStep<T>(scaleFactor) : roundingStep<T>(scaleFactor);
@@ -127,9 +117,8 @@ ZopStatus withImage(Image<const T> a, std::type_identity_t<Image<const T>> b, Im
                     int scaleFactor) {
   constexpr ScaledOperation operation = kOperation<Op, T>;
   constexpr bool truncates = kIsComplex<T> && std::is_same_v<Layout, AC4>;
-  if (!truncates && scaleFactor > kZeroAbove<Real<T>>[operation]) {
-    setZero<Layout>(out, size);
-    return zopStatusOk;
+  if constexpr (!truncates) {
+    if (scaleFactor > kZeroAbove<Real<T>>[operation]) return setZero<Layout>(out, size);
   }
   const Step step = stepOf<Real<T>, truncates>(scaleFactor);
   const ZopImageSize samples = {static_cast<int>(realExtent<Layout, T>(size).length), size.height};
@@ -170,9 +159,8 @@ ZopStatus withConstant(std::type_identity_t<Image<const T>> source, const T* val
   if constexpr (!kIsComplex<T> && std::is_same_v<Layout, C1>) {
     if (shortCut<Op, kForm>(source, *values, out, size, scaleFactor)) return zopStatusOk;
   }
-  if (!truncates && scaleFactor > kZeroAbove<Real<T>>[operation]) {
-    setZero<Layout>(out, size);
-    return zopStatusOk;
+  if constexpr (!truncates) {
+    if (scaleFactor > kZeroAbove<Real<T>>[operation]) return setZero<Layout>(out, size);
   }
   const Step step = stepOf<Real<T>, truncates>(scaleFactor);
   const bool parallel =

@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "arith/add_sub_mul_float_rows.h"
+#include "core/lookup_rows.h"
 #include "core/rounding.h"
 #include "move/set.h"
 
@@ -81,10 +82,13 @@ ZopStatus divideByConstant(std::type_identity_t<Image<const T>> a, const T* valu
     double factors[Layout::channels];
     for (int c = 0; c < Layout::channels; ++c) factors[c] = 1.0 / values[c] * scale;
     const Pattern<double> pattern = repeat(factors, Layout::channels);
-    walkSerial(
-        extent(size, Layout::channels),
-        [&](Image<const T> p, Image<T> r, Extent e) { divideTable().of<T>().byFactor(pattern, p, r, e); }, a,
-        out);
+    const auto map = [&](Image<const T> p, Image<T> r, Extent e) {
+      divideTable().of<T>().byFactor(pattern, p, r, e);
+    };
+    if constexpr (std::is_same_v<T, Zop8u> && std::is_same_v<Layout, C1>)
+      ByteMap(map).image<C1>(a, out, size);
+    else
+      walkSerial(extent(size, Layout::channels), map, a, out);
   }
   return zopStatusOk;
 }

@@ -14,21 +14,6 @@ namespace zopi {
 namespace HWY_NAMESPACE {
 namespace {
 
-// Whether a zero divisor was met.
-template <class L>
-struct ZeroWatch {
-  bool* met;
-  mutable hn::Vec<Tag<L>> zeros;
-
-  HWY_INLINE ZeroWatch(bool* metZero) : met(metZero), zeros(hn::Zero(Tag<L>())) {}
-  HWY_INLINE void see(hn::Mask<Tag<L>> zero) const {
-    zeros = hn::IfThenElse(zero, hn::Set(Tag<L>(), 1), zeros);
-  }
-  HWY_INLINE void report() const {
-    if (!hn::AllTrue(Tag<L>(), hn::Eq(zeros, hn::Zero(Tag<L>())))) *met = true;
-  }
-};
-
 // What stands for n / 0: the sign of n decides, whatever the sign of the zero. A not-a-number is not above 0.
 template <class D, class V>
 HWY_INLINE V quotientByZero(D d, V n) {
@@ -50,32 +35,23 @@ HWY_INLINE V roundedByHalves(D d, V q) {
   return hn::IfThenElse(isOddTie, hn::Sub(q, half), n);
 }
 
-// Whole numbers, held to the range of T.
-template <class T, class D, class V>
-HWY_INLINE hn::Vec<SamplesOf<T, D>> saturated(D d, V n) {
-  using Limits = std::numeric_limits<T>;
-  using L = hn::TFromD<D>;
-  const auto held = hn::Min(hn::Max(n, hn::Set(d, L{Limits::min()})), hn::Set(d, L{Limits::max()}));
-  return fromReal(SamplesOf<T, D>(), held);
-}
-
 // No quotient of small integers is so near a tie that it matters how the rounding is made.
 template <class T, class L>
 struct Divide {
   using Lane = L;
   double scale;
-  ZeroWatch<L> watch;
+  Watch<L> zeros;
 
   template <class D, class V>
   HWY_INLINE V operator()(D d, V divisor, V dividend) const {
     const auto a = toReal(d, dividend), b = toReal(d, divisor);
     const auto zero = hn::Eq(b, hn::Zero(d));
-    watch.see(zero);
+    zeros.see(zero);
     const auto beyondRange = hn::Mul(a, hn::Set(d, 65536));
     const auto q = hn::Mul(hn::Div(a, b), hn::Set(d, static_cast<L>(scale)));
     return saturated<T>(d, hn::Round(hn::IfThenElse(zero, beyondRange, q)));
   }
-  HWY_INLINE void report() const { watch.report(); }
+  HWY_INLINE void report() const { zeros.report(); }
 };
 
 template <class T>
@@ -87,15 +63,15 @@ struct TimesFactor {
 };
 
 struct DivideNumbers {
-  ZeroWatch<float> watch;
+  Watch<float> zeros;
 
   template <class D, class V>
   HWY_INLINE V operator()(D d, V divisor, V dividend) const {
     const auto zero = hn::Eq(divisor, hn::Zero(d));
-    watch.see(zero);
+    zeros.see(zero);
     return hn::IfThenElse(zero, quotientByZero(d, dividend), hn::Div(dividend, divisor));
   }
-  HWY_INLINE void report() const { watch.report(); }
+  HWY_INLINE void report() const { zeros.report(); }
 };
 
 // Real parts stand in even lanes, imaginary parts in odd ones: the numerators of a / b, and the denominator
@@ -117,34 +93,34 @@ struct DivideComplex {
   using Lane = double;
   static constexpr int kGroup = 2;
   double scale;
-  ZeroWatch<double> watch;
+  Watch<double> zeros;
 
   template <class D, class V>
   HWY_INLINE V operator()(D d, V divisor, V dividend) const {
     const ComplexQuotient<D> q(d, toReal(d, dividend), toReal(d, divisor));
     const auto zero = hn::Eq(q.denominator, hn::Zero(d));
-    watch.see(zero);
+    zeros.see(zero);
     // Of an integer zero, the numerators are zero, too.
     const auto scaled = hn::Mul(q.numerators, hn::Div(hn::Set(d, scale), q.denominator));
     return saturated<T>(d, roundedByHalves(d, hn::IfThenZeroElse(zero, scaled)));
   }
-  HWY_INLINE void report() const { watch.report(); }
+  HWY_INLINE void report() const { zeros.report(); }
 };
 
 struct DivideComplexNumbers {
   using Lane = double;
   static constexpr int kGroup = 2;
-  ZeroWatch<double> watch;
+  Watch<double> zeros;
 
   template <class D, class V>
   HWY_INLINE V operator()(D d, V divisor, V dividend) const {
     const ComplexQuotient<D> q(d, toReal(d, dividend), toReal(d, divisor));
     const auto zero = hn::Eq(q.denominator, hn::Zero(d));
-    watch.see(zero);
+    zeros.see(zero);
     const auto quotient = hn::Mul(q.numerators, hn::Div(hn::Set(d, 1.0), q.denominator));
     return fromReal(SamplesOf<float, D>(), hn::IfThenElse(zero, quotientByZero(d, q.numerators), quotient));
   }
-  HWY_INLINE void report() const { watch.report(); }
+  HWY_INLINE void report() const { zeros.report(); }
 };
 
 template <class T>

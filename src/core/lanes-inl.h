@@ -124,6 +124,15 @@ HWY_INLINE hn::Vec<DT> fromReal(DT dt, V v) {
     return hn::ConvertTo(dt, v);
 }
 
+// Whole numbers as samples of T, held to its range.
+template <class T, class D, class V>
+HWY_INLINE hn::Vec<hn::Rebind<T, D>> saturated(D d, V v) {
+  using Limits = std::numeric_limits<T>;
+  using Real = hn::TFromD<D>;
+  const auto held = hn::Min(hn::Max(v, hn::Set(d, Real{Limits::min()})), hn::Set(d, Real{Limits::max()}));
+  return fromReal(hn::Rebind<T, D>(), held);
+}
+
 // f of 32-bit lanes in double precision, half a vector at a time. What f gives back is rounded to float
 // lanes, or truncated to integer ones.
 template <class D, class F, class... V>

@@ -67,6 +67,21 @@ struct LaneOf<Op, T> {
 template <class Op, class T>
 using LaneTag = Tag<typename LaneOf<Op, T>::Type>;
 
+// For operations that watch: whether a lane was ever as it says.
+template <class L>
+struct Watch {
+  bool* met;
+  mutable hn::Vec<Tag<L>> seen;
+
+  HWY_INLINE Watch(bool* out) : met(out), seen(hn::Zero(Tag<L>())) {}
+  HWY_INLINE void see(hn::Mask<Tag<L>> mask) const {
+    seen = hn::IfThenElse(mask, hn::Set(Tag<L>(), 1), seen);
+  }
+  HWY_INLINE void report() const {
+    if (!hn::AllTrue(Tag<L>(), hn::Eq(seen, hn::Zero(Tag<L>())))) *met = true;
+  }
+};
+
 // As many samples as D has lanes, in memory.
 template <class T, class D>
 using SamplesOf = hn::Rebind<T, D>;
