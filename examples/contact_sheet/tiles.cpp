@@ -121,6 +121,35 @@ Image replacedWhereDark(const Image& picture) {
   return tile;
 }
 
+Image lifted(const Image& picture) {
+  // The root of 255 times 16 is 255: full scale stays full scale.
+  Image tile = newColourImage(picture.size);
+  check(zopiSqrt_8u_C3RSfs(picture.data(), picture.step, tile.data(), tile.step, tile.size, -4));
+  return tile;
+}
+
+Image logarithmic(const Image& picture) {
+  // No logarithm of a byte is above 5.54: times 46, they fill the range. What is black has none, and stays
+  // black.
+  const Zop8u most[3] = {184, 184, 184};
+  Image tile = newColourImage(picture.size);
+  const ZopStatus status =
+      zopiLn_8u_C3RSfs(picture.data(), picture.step, tile.data(), tile.step, tile.size, -5);
+  if (status != zopStatusLnZero) check(status);
+  check(zopiMulC_8u_C3IRSfs(most, tile.data(), tile.step, tile.size, 7));
+  return tile;
+}
+
+Image ratio(const Image& picture) {
+  // Equal neighbours give 128; a warning tells of black ones, by which nothing can be divided.
+  const Image neighbours = shifted(picture, 2);
+  Image tile = newColourImage(picture.size);
+  const ZopStatus status = zopiDiv_8u_C3RSfs(neighbours.data(), neighbours.step, picture.data(), picture.step,
+                                             tile.data(), tile.step, tile.size, -7);
+  if (status != zopStatusZeroDenominator) check(status);
+  return tile;
+}
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -134,6 +163,9 @@ constexpr Tile kTiles[] = {
     {"Averaged with its shifted copy", "zopiAdd_8u_C3RSfs, scale factor 1", averaged},
     {"Fill outside an ellipse", "zopiSet_8u_C3MR", filledOutsideEllipse},
     {"A colour where green is dark", "zopiMulC_8u_C1IRSfs, zopiCopy_8u_C3MR", replacedWhereDark},
+    {"Shadows lifted by square roots", "zopiSqrt_8u_C3RSfs, scale factor -4", lifted},
+    {"Logarithms", "zopiLn_8u_C3RSfs, zopiMulC_8u_C3IRSfs", logarithmic},
+    {"Ratio to neighbours", "zopiDiv_8u_C3RSfs, scale factor -7", ratio},
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 #include "core/lookup_rows.h"
 #include "core/rounding.h"
@@ -55,15 +56,15 @@ ZopStatus exponential(Image<const Zop32f> a, Image<Zop32f> out, ZopImageSize siz
   return zopStatusOk;
 }
 
-// Powers of two within kBinades are exact factors; what is beyond is taken from the exponent.
 template <class Layout, class T>
 ZopStatus exponential(std::type_identity_t<Image<const T>> a, Image<T> out, ZopImageSize size,
                       int scaleFactor) {
-  constexpr int kBinades = 900;
-  // Beyond the limits every exponential saturates, or becomes 0.
-  const int s = std::clamp(scaleFactor, -60000, 60000), factor = std::clamp(s, -kBinades, kBinades);
   const RoundingToNearest rounding;
-  const double scale = std::ldexp(1.0, -factor), binades = s - factor;
+  // Beyond the limits every exponential saturates, or becomes 0.
+  const int s = std::clamp(scaleFactor, -60000, 60000);
+  // Scales beyond the range of numbers are taken from the exponent.
+  const bool isFactor = std::abs(s) <= 900;
+  const double binades = isFactor ? 0 : s, scale = isFactor ? std::ldexp(1.0, -s) : 1.0;
   const auto& rows = exponentialTable().of<T>().exponential;
   if constexpr (std::is_same_v<T, Zop8u>) {
     ByteMap map([&](auto... band) { rows.image(band..., binades, scale); });
