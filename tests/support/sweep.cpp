@@ -201,7 +201,8 @@ bool compare(const Function& function, const Shape& shape, const std::vector<reg
   const ZopStatus expected = reference(call);
   const ZopStatus status = function.invoke(values.data());
   ++calls;
-  if (written != nullptr && written->argument->planes == 0) {
+  const bool givesFloats = std::strncmp(function.destinationType, "32f", 3) == 0;
+  if (written != nullptr && written->argument->planes == 0 && givesFloats) {
     acceptAnyNaN(written->expected[0], written->planes[0]->bytes(), call.destination, call.size);
   }
   if (status != expected) {
