@@ -53,7 +53,10 @@ constexpr bool isShort() {
 
 template <class Op>
 constexpr bool watches() {
-  return requires(const Op op) { op.report(); };
+  if constexpr (requires { Op::kWatches; })
+    return Op::kWatches;
+  else
+    return false;
 }
 template <class Op, class T>
 struct LaneOf {
@@ -67,18 +70,16 @@ struct LaneOf<Op, T> {
 template <class Op, class T>
 using LaneTag = Tag<typename LaneOf<Op, T>::Type>;
 
-// For operations that watch: whether a lane was ever as it says.
-template <class L>
+// For operations that watch: notes whether a lane was ever as it says. What is watched for is rare, so a
+// branch costs less than to carry a vector along.
 struct Watch {
   bool* met;
-  mutable hn::Vec<Tag<L>> seen;
 
-  HWY_INLINE Watch(bool* out) : met(out), seen(hn::Zero(Tag<L>())) {}
-  HWY_INLINE void see(hn::Mask<Tag<L>> mask) const {
-    seen = hn::IfThenElse(mask, hn::Set(Tag<L>(), 1), seen);
-  }
-  HWY_INLINE void report() const {
-    if (!hn::AllTrue(Tag<L>(), hn::Eq(seen, hn::Zero(Tag<L>())))) *met = true;
+  template <class D, class M>
+  HWY_INLINE bool see(D d, M mask) const {
+    if (HWY_LIKELY(hn::AllFalse(d, mask))) return false;
+    *met = true;
+    return true;
   }
 };
 
@@ -287,7 +288,6 @@ HWY_INLINE void mapRows(D d, const Op& op, Image<T> out, Extent e, S... s) {
     mapRow(d, op, out.row(y), e.length, e.stream, s...);
   }
   if (e.stream) hwy::FlushStream();
-  if constexpr (watches<Op>()) op.report();
 }
 
 // The operation of copies and fills.
@@ -314,6 +314,7 @@ template <class Op>
 struct Keeping {
   static constexpr int kGroup = groupOf<Op>();
   static constexpr bool kShort = isShort<Op>();
+  static constexpr bool kWatches = watches<Op>();
   Op op;
   template <class D, class V, class... Rest>
   HWY_INLINE V operator()(D d, V old, V written, Rest... rest) const {
