@@ -34,7 +34,8 @@ const std::vector<OwnCheck> kOwnChecks = {};
 ZopStatus expected(const Function& function, const Badness& bad) {
   std::istringstream checks(function.checks);
   for (std::string check; checks >> check;) {
-    if (check == "pointer" && bad.contains("pointer")) return zopStatusNullPointer;
+    const bool ofPointers = check == "pointer" || check == "image" || check == "constant";
+    if (ofPointers && bad.contains(check)) return zopStatusNullPointer;
     if (check == "width" && bad.contains("width")) return zopStatusBadSize;
     if (check == "size" && (bad.contains("width") || bad.contains("height"))) return zopStatusBadSize;
     if (check == "step" && bad.contains("step")) return zopStatusBadStep;
@@ -61,8 +62,9 @@ std::vector<Spoiler> spoilers(const Function& function) {
   std::vector<Spoiler> result;
   for (std::size_t i = 0; i < function.arguments.size(); ++i) {
     const Argument& a = function.arguments[i];
-    if (a.isPointer()) result.push_back({i, {"pointer"}, Value(static_cast<void*>(nullptr))});
-    for (int p = 0; p < a.planes; ++p) result.push_back({i, {"pointer"}, {}, p});
+    const Badness null = {"pointer", a.isImage() ? "image" : "constant"};
+    if (a.isPointer()) result.push_back({i, null, Value(static_cast<void*>(nullptr))});
+    for (int p = 0; p < a.planes; ++p) result.push_back({i, null, {}, p});
     if (a.role == Role::Step) {
       for (const int step : {0, -1, INT32_MIN}) result.push_back({i, {"step"}, Value(step)});
     }
