@@ -1,7 +1,9 @@
 // A constant operand, laid out as a row sees it.
 #pragma once
 
+#include <bit>
 #include <cstring>
+#include <type_traits>
 
 #include "core/image.h"
 
@@ -33,11 +35,19 @@ Pattern<T> patternOf(const T* values) {
   return repeat(pixel, Layout::channels);
 }
 
+template <class T>
+constexpr T allBits() {
+  if constexpr (std::is_same_v<T, Zop32f>)
+    return std::bit_cast<T>(~Zop32s{0});
+  else
+    return static_cast<T>(~T{0});
+}
+
 // All bits set in the samples of a pixel that a function may change.
 template <class T, int Channels, int Colours>
 constexpr Pattern<T> writtenSamples() {
   T pixel[Channels] = {};
-  for (int c = 0; c < Colours; ++c) pixel[c] = static_cast<T>(~T{0});
+  for (int c = 0; c < Colours; ++c) pixel[c] = allBits<T>();
   return repeat(pixel, Channels);
 }
 

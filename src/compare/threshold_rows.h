@@ -1,0 +1,40 @@
+// Rows of thresholds.
+#pragma once
+
+#include "core/image.h"
+#include "core/pattern.h"
+#include "core/row_table.h"
+
+namespace zopi {
+
+// What lies beyond: above one threshold, below one, or outside two of them.
+enum Beyond { kAbove, kBelow, kOutside, kBeyonds };
+
+// A threshold and what is stored beyond it. Rows of 32s order the bits of floats, which they turn first, by
+// an exclusive or; their threshold is given turned.
+template <class T>
+struct Level {
+  Pattern<T> threshold, value;
+  T turn = 0;
+};
+
+// The levels are one, or the upper and the lower one. Keeping rows change the written samples only, which are
+// all ones; 32s has none.
+template <class T>
+struct ThresholdRow {
+  void (*all)(const Level<T>* levels, Image<const T> src, Image<T> dst, Extent e);
+  void (*keeping)(const Level<T>* levels, Image<const T> src, Image<T> dst, Extent e,
+                  const Pattern<T>& written);
+};
+
+template <class T>
+struct ThresholdRows {
+  ThresholdRow<T> rows[kBeyonds];
+};
+
+using ThresholdTable = RowTable<ThresholdRows, Zop8u, Zop16s, Zop32s, Zop32f>;
+
+// The rows for this machine.
+const ThresholdTable& thresholdTable();
+
+}  // namespace zopi
