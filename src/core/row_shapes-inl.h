@@ -234,7 +234,7 @@ HWY_INLINE void mapRow(D d, const Op& op, hn::TFromD<D>* out, std::ptrdiff_t n, 
 // out[i] = op(a[i], b[i] ...) over every row. `out` may equal any operand; where it always does, an extent
 // that does not stream is the faster one.
 template <class D, class Op, class... S>
-HWY_INLINE void mapRows(D d, const Op& op, Image<hn::TFromD<D>> out, Extent e, S... s) {
+HWY_INLINE void mapRows(D d, const Op& op, Image<hn::TFromD<D>> out, Extent e, S&&... s) {
   for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
     (s.row(y), ...);
     mapRow(d, op, out.row(y), e.length, e.stream, s...);
