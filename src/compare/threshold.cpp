@@ -1,6 +1,5 @@
 // Thresholds: samples beyond a level are replaced. All forms are one, with their values and sides filled in.
 #include <bit>
-#include <cstdint>
 #include <cstring>
 #include <type_traits>
 
@@ -32,74 +31,73 @@ ZopStatus checkThresholds(const T* lower, const T* upper) {
   return zopStatusOk;
 }
 
-// Floats of one channel are ordered by their bits: as signed integers, and in reverse as unsigned ones where
-// the threshold is negative. Turning all bits but the sign makes the second order of the first.
 template <class Layout, class T>
-constexpr bool kByBits = std::is_same_v<T, Zop32f>&& std::is_same_v<Layout, C1>;
-template <class Layout, class T>
-using Ordered = std::conditional_t<kByBits<Layout, T>, Zop32s, T>;
+ChannelLevel<T> level(const T* threshold, const T* value) {
+  return {patternOf<Layout>(threshold), patternOf<Layout>(value)};
+}
 
 template <class Layout, class T>
-Level<Ordered<Layout, T>> level(const T* threshold, const T* value) {
-  if constexpr (kByBits<Layout, T>) {
-    const Zop32s turn = *threshold < 0 ? INT32_MAX : 0;
-    const Zop32s bits = std::bit_cast<Zop32s>(*threshold) ^ turn, newBits = std::bit_cast<Zop32s>(*value);
-    return {repeat(&bits, 1), repeat(&newBits, 1), turn};
-  } else {
-    return {patternOf<Layout>(threshold), patternOf<Layout>(value)};
-  }
+UniformLevel<T> level(T threshold, T value) {
+  return {threshold, value};
+}
+
+// Floats of one channel are ordered by their bits: as signed integers, and in reverse as unsigned ones where
+// the threshold is negative. Turning all bits but the sign makes the second order of the first.
+template <class Layout>
+UniformLevel<Zop32s> level(Zop32f threshold, Zop32f value) {
+  const Zop32s turn = threshold < 0 ? INT32_MAX : 0;
+  return {std::bit_cast<Zop32s>(threshold) ^ turn, std::bit_cast<Zop32s>(value), turn};
 }
 
 template <class T>
 constexpr Pattern<T> kColours = writtenSamples<T, AC4::channels, AC4::colours>();
 
 template <class Layout, class T>
-ZopStatus replace(Beyond beyond, const Level<Ordered<Layout, T>>* levels, Image<const T> src, Image<T> dst,
+void runRow(const ThresholdRow<T>& row, const UniformLevel<T>* levels, Image<const T> src, Image<T> dst,
+            Extent band) {
+  row.uniform(levels, src, dst, band);
+}
+
+template <class Layout, class T>
+void runRow(const ThresholdRow<T>& row, const ChannelLevel<T>* levels, Image<const T> src, Image<T> dst,
+            Extent band) {
+  if constexpr (std::is_same_v<Layout, AC4>)
+    row.channelsKeeping(levels, src, dst, band, kColours<T>);
+  else
+    row.channels(levels, src, dst, band);
+}
+
+template <class Layout, class T, template <class> class Level, class Ordered>
+ZopStatus replace(Beyond beyond, const Level<Ordered>* levels, Image<const T> src, Image<T> dst,
                   ZopImageSize size) {
-  using Sample = Ordered<Layout, T>;
   if constexpr (!std::is_same_v<Layout, C4>) {
     src = inWholeSamples(src);
     dst = inWholeSamples(dst);
   }
-  const ThresholdRow<Sample>& rows = thresholdTable().of<Sample>().rows[beyond];
+  const ThresholdRow<Ordered>& row = thresholdTable().of<Ordered>().rows[beyond];
   walkSerial(
       extent(size, Layout::channels),
-      [&](Image<const Sample> from, Image<Sample> to, Extent band) {
-        if constexpr (std::is_same_v<Layout, AC4>)
-          rows.keeping(levels, from, to, band, kColours<T>);
-        else
-          rows.all(levels, from, to, band);
+      [&](Image<const Ordered> from, Image<Ordered> to, Extent band) {
+        runRow<Layout>(row, levels, from, to, band);
       },
-      src.template as<Sample>(), dst.template as<Sample>());
+      src.template as<Ordered>(), dst.template as<Ordered>());
   return zopStatusOk;
 }
 
-template <class Layout, class T>
-ZopStatus replaceBeyond(std::type_identity_t<Image<const T>> src, Image<T> dst, ZopImageSize size,
-                        const T* threshold, const T* value, int cmpOp) {
+// The constants are samples, or arrays of them.
+template <class Layout, class T, class Constant>
+ZopStatus replaceBeyond(Image<const T> src, Image<T> dst, ZopImageSize size, Constant threshold,
+                        Constant value, int cmpOp) {
   const auto only = level<Layout>(threshold, value);
   return replace<Layout>(cmpOp == zopCmpGreater ? kAbove : kBelow, &only, src, dst, size);
 }
 
-template <class Layout, class T>
-ZopStatus replaceBeyond(std::type_identity_t<Image<const T>> src, Image<T> dst, ZopImageSize size,
-                        T threshold, T value, int cmpOp) {
-  return replaceBeyond<Layout>(src, dst, size, &threshold, &value, cmpOp);
-}
-
-template <class Layout, class T>
-ZopStatus replaceOutside(std::type_identity_t<Image<const T>> src, Image<T> dst, ZopImageSize size,
-                         const T* lowerThreshold, const T* lowerValue, const T* upperThreshold,
-                         const T* upperValue) {
-  const Level<Ordered<Layout, T>> levels[] = {level<Layout>(upperThreshold, upperValue),
-                                              level<Layout>(lowerThreshold, lowerValue)};
+template <class Layout, class T, class Constant>
+ZopStatus replaceOutside(Image<const T> src, Image<T> dst, ZopImageSize size, Constant lowerThreshold,
+                         Constant lowerValue, Constant upperThreshold, Constant upperValue) {
+  const auto upper = level<Layout>(upperThreshold, upperValue);
+  const std::remove_const_t<decltype(upper)> levels[] = {upper, level<Layout>(lowerThreshold, lowerValue)};
   return replace<Layout>(kOutside, levels, src, dst, size);
-}
-
-template <class Layout, class T>
-ZopStatus replaceOutside(std::type_identity_t<Image<const T>> src, Image<T> dst, ZopImageSize size,
-                         T lowerThreshold, T lowerValue, T upperThreshold, T upperValue) {
-  return replaceOutside<Layout>(src, dst, size, &lowerThreshold, &lowerValue, &upperThreshold, &upperValue);
 }
 
 }  // namespace

@@ -20,6 +20,9 @@ template <Beyond kSide, class T>
 struct Side {
   T turn;
 
+  HWY_INLINE explicit Side(const UniformLevel<T>& level) : turn(level.turn) {}
+  HWY_INLINE explicit Side(const ChannelLevel<T>&) : turn() {}
+
   template <class D, class V>
   HWY_INLINE V choose(D d, V sample, V threshold, V value, V other) const {
     V ordered = sample;
@@ -32,75 +35,85 @@ struct Side {
 };
 
 template <Beyond kSide, class T>
-struct Replace : Side<kSide, T> {
+struct Replace {
   static constexpr bool kShort = true;
+  Side<kSide, T> side;
+
+  template <class Level>
+  HWY_INLINE explicit Replace(const Level* level) : side(*level) {}
+
   template <class D, class V>
   HWY_INLINE V operator()(D d, V sample, V threshold, V value) const {
-    return this->choose(d, sample, threshold, value, sample);
+    sample = inRegister(sample);
+    return side.choose(d, sample, threshold, value, sample);
   }
 };
 
 template <class T>
-struct ReplaceOutside {
+struct Replace<kOutside, T> {
   static constexpr bool kShort = true;
   Side<kAbove, T> upper;
   Side<kBelow, T> lower;
+
+  template <class Level>
+  HWY_INLINE explicit Replace(const Level* levels) : upper(levels[0]), lower(levels[1]) {}
+
   template <class D, class V>
   HWY_INLINE V operator()(D d, V sample, V upperThreshold, V upperValue, V lowerThreshold,
                           V lowerValue) const {
+    sample = inRegister(sample);
     const V other = lower.choose(d, sample, lowerThreshold, lowerValue, sample);
     return upper.choose(d, sample, upperThreshold, upperValue, other);
   }
 };
 
-template <class T, class Op, class... C>
-HWY_INLINE void mapAll(const Op& op, Image<const T> src, Image<T> dst, Extent e, const C&... constants) {
-  mapRows(Tag<T>(), op, dst, e, ImageOperand<Tag<T>>{src}, PatternOperand<Tag<T>>(constants)...);
+constexpr int levelsOf(Beyond beyond) { return beyond == kOutside ? 2 : 1; }
+
+// Maps the images and, behind them, the constants of the levels.
+template <template <class> class Constant, int kLevels, class D, class Op, class Level, class... S>
+HWY_INLINE void mapLevels(D d, const Op& op, Image<hn::TFromD<D>> dst, Extent e, const Level* levels,
+                          S... images) {
+  if constexpr (kLevels == 1) {
+    mapRows(d, op, dst, e, images..., Constant<D>(levels[0].threshold), Constant<D>(levels[0].value));
+  } else {
+    mapRows(d, op, dst, e, images..., Constant<D>(levels[0].threshold), Constant<D>(levels[0].value),
+            Constant<D>(levels[1].threshold), Constant<D>(levels[1].value));
+  }
 }
 
-template <class T, class Op, class... C>
-HWY_INLINE void mapKeeping(const Op& op, Image<const T> src, Image<T> dst, Extent e,
-                           const Pattern<T>& written, const C&... constants) {
-  mapRows(Tag<T>(), Keeping<Op>{op}, dst, unstreamed(e), ImageOperand<Tag<T>>{dst},
-          PatternOperand<Tag<T>>(written), ImageOperand<Tag<T>>{src}, PatternOperand<Tag<T>>(constants)...);
+template <Beyond kBeyond, class T>
+void uniformRows(const UniformLevel<T>* levels, Image<const T> src, Image<T> dst, Extent e) {
+  const Replace<kBeyond, T> op(levels);
+  mapLevels<UniformOperand, levelsOf(kBeyond)>(Tag<T>(), op, dst, e, levels, ImageOperand<Tag<T>>{src});
 }
 
-template <Beyond kSide, class T>
-void sideRows(const Level<T>* level, Image<const T> src, Image<T> dst, Extent e) {
-  mapAll(Replace<kSide, T>{level->turn}, src, dst, e, level->threshold, level->value);
+template <Beyond kBeyond, class T>
+void channelRows(const ChannelLevel<T>* levels, Image<const T> src, Image<T> dst, Extent e) {
+  const Replace<kBeyond, T> op(levels);
+  mapLevels<PatternOperand, levelsOf(kBeyond)>(Tag<T>(), op, dst, e, levels, ImageOperand<Tag<T>>{src});
 }
 
-template <Beyond kSide, class T>
-void sideRowsKeeping(const Level<T>* level, Image<const T> src, Image<T> dst, Extent e,
-                     const Pattern<T>& written) {
-  mapKeeping(Replace<kSide, T>{level->turn}, src, dst, e, written, level->threshold, level->value);
-}
-
-template <class T>
-void outsideRows(const Level<T>* levels, Image<const T> src, Image<T> dst, Extent e) {
-  mapAll(ReplaceOutside<T>{{levels[0].turn}, {levels[1].turn}}, src, dst, e, levels[0].threshold,
-         levels[0].value, levels[1].threshold, levels[1].value);
-}
-
-template <class T>
-void outsideRowsKeeping(const Level<T>* levels, Image<const T> src, Image<T> dst, Extent e,
+template <Beyond kBeyond, class T>
+void channelRowsKeeping(const ChannelLevel<T>* levels, Image<const T> src, Image<T> dst, Extent e,
                         const Pattern<T>& written) {
-  mapKeeping(ReplaceOutside<T>{{levels[0].turn}, {levels[1].turn}}, src, dst, e, written, levels[0].threshold,
-             levels[0].value, levels[1].threshold, levels[1].value);
+  const Keeping<Replace<kBeyond, T>> op{Replace<kBeyond, T>(levels)};
+  mapLevels<PatternOperand, levelsOf(kBeyond)>(Tag<T>(), op, dst, unstreamed(e), levels,
+                                               ImageOperand<Tag<T>>{dst}, PatternOperand<Tag<T>>(written),
+                                               ImageOperand<Tag<T>>{src});
+}
+
+template <Beyond kBeyond, class T>
+constexpr ThresholdRow<T> rowOf() {
+  if constexpr (std::is_same_v<T, Zop32s>)
+    return {uniformRows<kBeyond, T>, nullptr, nullptr};
+  else if constexpr (std::is_same_v<T, Zop32f>)
+    return {nullptr, channelRows<kBeyond, T>, channelRowsKeeping<kBeyond, T>};
+  else
+    return {uniformRows<kBeyond, T>, channelRows<kBeyond, T>, channelRowsKeeping<kBeyond, T>};
 }
 
 template <class T>
-constexpr ThresholdRows<T> kRows = {{
-    {sideRows<kAbove, T>, sideRowsKeeping<kAbove, T>},
-    {sideRows<kBelow, T>, sideRowsKeeping<kBelow, T>},
-    {outsideRows<T>, outsideRowsKeeping<T>},
-}};
-template <>
-constexpr ThresholdRows<Zop32s> kRows<Zop32s> = {{
-    {sideRows<kAbove, Zop32s>, nullptr},
-    {sideRows<kBelow, Zop32s>, nullptr},
-    {outsideRows<Zop32s>, nullptr},
-}};
+constexpr ThresholdRows<T> kRows = {{rowOf<kAbove, T>(), rowOf<kBelow, T>(), rowOf<kOutside, T>()}};
 
 constexpr ThresholdTable kTable = {kRows<Zop8u>, kRows<Zop16s>, kRows<Zop32s>, kRows<Zop32f>};
 

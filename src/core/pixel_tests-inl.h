@@ -83,14 +83,14 @@ struct AllChannels<C4> : AllFourChannels<0> {};
 template <>
 struct AllChannels<AC4> : AllFourChannels<0xff000000> {};
 
-// What a test compares. `at(d, i, k)` is the vector at sample i, the k-th from the start of a pixel;
-// `part(i, n, block)` is the operand with n samples from i on at its start.
+// What a test compares. `at(d, i, k)` is the vector at sample i, the k-th from the start of a pixel. `move`
+// puts n samples from i on into a block, to be found from 0 on.
 template <class D>
 struct ComparedImage : ImageOperand<D> {
   using T = hn::TFromD<D>;
-  HWY_INLINE ComparedImage part(std::ptrdiff_t i, std::ptrdiff_t n, T* block) const {
+  HWY_INLINE void move(std::ptrdiff_t i, std::ptrdiff_t n, T* block) {
     std::memcpy(block, this->samples + i, n * sizeof(T));
-    return {{{block, 0}, block}};
+    this->samples = block;
   }
 };
 
@@ -101,9 +101,7 @@ struct ComparedConstant {
       : vectors(PatternOperand<D>(pattern).held(D())) {}
   HWY_INLINE void row(std::ptrdiff_t) {}
   HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t i, int k) const { return vectors.at(d, i, k % kStep<D>); }
-  HWY_INLINE const ComparedConstant& part(std::ptrdiff_t, std::ptrdiff_t, hn::TFromD<D>*) const {
-    return *this;
-  }
+  HWY_INLINE void move(std::ptrdiff_t, std::ptrdiff_t, hn::TFromD<D>*) {}
 };
 
 // The operand of a map that holds the outcome of a test, a byte a pixel.
@@ -130,11 +128,15 @@ struct PixelTest {
     return pixels(i * Layout::channels, std::make_integer_sequence<int, Layout::channels>());
   }
   HWY_INLINE hn::Vec<Bytes> edge(Bytes d, std::ptrdiff_t i, std::ptrdiff_t n) const {
-    if (HWY_LIKELY(n == kLanes<Bytes>)) return at(d, i, 0);
-    HWY_ALIGN T blocks[2][kLanes<Bytes> * Layout::channels] = {};
-    const std::ptrdiff_t first = i * Layout::channels, samples = n * Layout::channels;
-    return PixelTest{test, a.part(first, samples, blocks[0]), b.part(first, samples, blocks[1]), join}.at(
-        d, 0, 0);
+    PixelTest here = *this;
+    HWY_ALIGN T blocks[2][kLanes<Bytes> * Layout::channels];
+    if (HWY_UNLIKELY(n < kLanes<Bytes>)) {
+      std::memset(blocks, 0, sizeof blocks);
+      here.a.move(i * Layout::channels, n * Layout::channels, blocks[0]);
+      here.b.move(i * Layout::channels, n * Layout::channels, blocks[1]);
+      i = 0;
+    }
+    return here.at(d, i, 0);
   }
 
  private:
@@ -152,10 +154,21 @@ struct PixelTest {
   }
 };
 
+// Bytes as they come from a test.
+template <bool kIsShort>
+struct Outcome {
+  static constexpr bool kShort = kIsShort;
+  template <class D, class V>
+  HWY_INLINE V operator()(D, V v) const {
+    return v;
+  }
+};
+
 // out[i] = 255 where pixel i of a and b passes the test, else 0.
 template <class Layout, class D, class Test, class A, class B>
 HWY_INLINE void mapTests(D, const Test& test, Image<Zop8u> out, Extent pixels, const A& a, const B& b) {
-  mapRows(Bytes(), Same(), out, pixels, PixelTest<Layout, Test, D, A, B>{test, a, b, {}});
+  mapRows(Bytes(), Outcome<sizeof(hn::TFromD<D>) * Layout::channels == 1>(), out, pixels,
+          PixelTest<Layout, Test, D, A, B>{test, a, b, {}});
 }
 
 }  // namespace HWY_NAMESPACE

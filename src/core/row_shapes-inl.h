@@ -162,6 +162,21 @@ struct PatternOperand {
   }
 };
 
+// The same constant for every sample.
+template <class D>
+struct UniformOperand {
+  hn::Vec<D> value;
+
+  HWY_INLINE explicit UniformOperand(hn::TFromD<D> sample) : value(hn::Set(D(), sample)) {}
+
+  HWY_INLINE void row(std::ptrdiff_t) {}
+  HWY_INLINE void begin(std::ptrdiff_t) {}
+  HWY_INLINE void advance() {}
+  HWY_INLINE const UniformOperand& held(D) const { return *this; }
+  HWY_INLINE hn::Vec<D> at(D, std::ptrdiff_t, int) const { return value; }
+  HWY_INLINE hn::Vec<D> edge(D, std::ptrdiff_t, std::ptrdiff_t) const { return value; }
+};
+
 // Samples from `out` up to the first vector boundary, or 0 if a group of samples straddles it.
 template <int Group, class D, class T = hn::TFromD<D>>
 HWY_INLINE std::ptrdiff_t toAlignment(D, const T* out) {
