@@ -2,6 +2,7 @@
 // the status tells the order of the checks, and no byte is written.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <set>
 #include <sstream>
 #include <string>
@@ -29,7 +30,26 @@ struct OwnCheck {
   ZopStatus status;
   std::vector<Value> (*caught)(const Argument& argument);
 };
-const std::vector<OwnCheck> kOwnChecks = {};
+
+// A lower threshold above the upper one: the sample or, in an array, the last one alone.
+std::vector<Value> tooHigh(const Argument& argument) {
+  static const Value sample(0x7f7f7fff);  // above a good constant in its low 1, 2 and 4 bytes
+  static unsigned char arrays[5][12];
+  unsigned char* array = arrays[argument.sampleBytes];
+  std::memset(array, registry::kGoodConstant, sizeof arrays[0]);
+  std::memcpy(array + 2 * argument.sampleBytes, &sample, argument.sampleBytes);
+  return {argument.role == Role::Constant ? Value(static_cast<void*>(array)) : sample};
+}
+
+const std::vector<OwnCheck> kOwnChecks = {
+    {"checkEpsilon(eps)", "eps", zopStatusBadEpsilon,
+     [](const Argument&) {
+       return std::vector<Value>{-1.0f, -1e-45f, -HUGE_VALF};
+     }},
+    {"checkMode(cmpOp)", "cmpOp", zopStatusUnsupportedMode,
+     [](const Argument&) { return std::vector<Value>{-1, 1, 2, 3, 5, INT32_MIN}; }},
+    {"checkThresholds(thresholdLT,thresholdGT)", "thresholdLT", zopStatusBadThresholds, tooHigh},
+};
 
 ZopStatus expected(const Function& function, const Badness& bad) {
   std::istringstream checks(function.checks);
@@ -142,6 +162,11 @@ TEST(ArgumentOrder, ByHand) {
   Zop8u* planes[3] = {image, nullptr, image};
   EXPECT_EQ(zopStatusNullPointer, zopiCopy_8u_C3P3R(image, 0, planes, 0, none));
   EXPECT_EQ(zopStatusNullPointer, zopiAbs_16s_C1R(nullptr, 0, nullptr, 0, none));
+  EXPECT_EQ(zopStatusBadStep, zopiCompare_8u_C1R(image, 8, image, 8, image, 0, none, zopCmpEq));
+  EXPECT_EQ(zopStatusUnsupportedMode, zopiThreshold_8u_C1IR(nullptr, 0, none, 1, zopCmpEq));
+  EXPECT_EQ(zopStatusBadStep, zopiThreshold_GT_8u_C3IR(image, 0, {1, 1}, nullptr));
+  EXPECT_EQ(zopStatusNullPointer, zopiThreshold_GTVal_8u_C4IR(image, 8, {1, 1}, image, nullptr));
+  EXPECT_EQ(zopStatusBadThresholds, zopiThreshold_LTValGTVal_8u_C1IR(image, 8, {1, 1}, 2, 0, 1, 0));
 }
 
 }  // namespace

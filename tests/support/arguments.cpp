@@ -5,11 +5,6 @@
 #include <cstring>
 
 namespace registry {
-namespace {
-
-constexpr int kGoodConstant = 0x3f;  // as every byte of a sample: a good divisor or level of any type
-
-}  // namespace
 
 Arguments::Arguments(const Function& function, ZopImageSize size) : planes_(function.arguments.size()) {
   std::mt19937 random(1);
