@@ -121,11 +121,18 @@ std::vector<sweep::Constants> constants() {
 
 template <class T>
 void sweepOver(const registry::Function& f) {
-  sweep::Options options;
-  options.constants = constants<T>();
+  const std::vector<sweep::Constants> all = constants<T>();
   const std::string variant = f.variant;
-  if (variant == "Val" || variant == "") options.parameters = {{zopCmpLess}, {zopCmpGreater}};
-  sweep::run(f, options, reference<T>, sweep::shapes(f));
+  const bool asks = variant == "Val" || variant == "";
+  int next = 0;
+  for (const sweep::Shape& shape : sweep::shapes(f)) {
+    sweep::Options options;
+    if (asks) options.parameters = {{next / 2 % 2 == 0 ? zopCmpLess : zopCmpGreater}};
+    options.constants = {all[next % all.size()]};
+    ++next;
+    sweep::run(f, options, reference<T>, {shape});
+    if (testing::Test::HasFailure()) return;
+  }
 }
 
 TEST(Thresholds, EqualTheReferenceAtEveryShape) {

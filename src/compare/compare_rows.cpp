@@ -1,5 +1,6 @@
 #include "compare/compare_rows.h"
 
+#include <limits>
 #include <type_traits>
 
 #undef HWY_TARGET_INCLUDE
@@ -52,25 +53,37 @@ struct Exchanged {
   }
 };
 
-// Not farther apart than a distance, in double precision.
+// The lanes where a and b are farther apart than a distance, in double precision.
+template <class D, class V>
+HWY_NOINLINE hn::Mask<D> fartherInDouble(D d, V a, V b, Zop32f distance) {
+  const hn::Half<D> dh;
+  const hn::Repartition<double, D> dw;
+  const hn::Repartition<int32_t, D> d32;
+  const auto limit = hn::Set(dw, double{distance});
+  const auto farther = [&](auto x, auto y) HWY_ATTR {
+    const auto difference = hn::Sub(hn::PromoteTo(dw, x), hn::PromoteTo(dw, y));
+    return hn::BitCast(d32, hn::VecFromMask(dw, hn::Gt(hn::Abs(difference), limit)));
+  };
+  const auto low = farther(hn::LowerHalf(dh, a), hn::LowerHalf(dh, b));
+  const auto high = farther(hn::UpperHalf(dh, a), hn::UpperHalf(dh, b));
+  return hn::MaskFromVec(hn::BitCast(d, hn::ConcatEven(d32, high, low)));
+}
+
+// Not farther apart than a distance, in double precision. Single precision knows the answer but where the
+// rounded difference is the distance itself; that of two equal numbers is never rounded.
 struct Near {
-  Zop32f distance;
+  Zop32f distance, inDoubt;
+  HWY_INLINE explicit Near(Zop32f limit)
+      : distance(limit), inDoubt(limit > 0 ? limit : std::numeric_limits<Zop32f>::quiet_NaN()) {}
+
   template <class D, class V>
   HWY_INLINE hn::Mask<D> operator()(D d, V a, V b) const {
-    const hn::Half<D> dh;
-    const hn::Repartition<int32_t, D> d32;
-    const auto low = farther(hn::LowerHalf(dh, a), hn::LowerHalf(dh, b));
-    const auto high = farther(hn::UpperHalf(dh, a), hn::UpperHalf(dh, b));
-    const auto both = hn::ConcatEven(d32, hn::BitCast(d32, high), hn::BitCast(d32, low));
-    return hn::Not(hn::MaskFromVec(hn::BitCast(d, both)));
-  }
-
- private:
-  template <class V>
-  HWY_INLINE hn::Vec<Tag<double>> farther(V a, V b) const {
-    const Tag<double> d;
-    const auto difference = hn::Sub(hn::PromoteTo(d, a), hn::PromoteTo(d, b));
-    return hn::VecFromMask(d, hn::Gt(hn::Abs(difference), hn::Set(d, double{distance})));
+    const auto difference = hn::Abs(hn::Sub(a, b));
+    auto farther = hn::Gt(difference, hn::Set(d, distance));
+    if (HWY_UNLIKELY(!hn::AllFalse(d, hn::Eq(difference, hn::Set(d, inDoubt))))) {
+      farther = fartherInDouble(d, a, b, distance);
+    }
+    return hn::Not(farther);
   }
 };
 
@@ -79,7 +92,7 @@ HWY_INLINE Test testOf(Zop32f distance) {
   if constexpr (std::is_empty_v<Test>)
     return {};
   else
-    return {distance};
+    return Test(distance);
 }
 
 template <class Layout, class Test, class T>
