@@ -187,7 +187,7 @@ bool compare(const Function& function, const Shape& shape, const std::vector<reg
       mixExtremes(at, bytes, argument.sampleBytes, random);
       if (call.constants.size() < constants.size()) {
         const auto& given = constants[call.constants.size()];
-        std::memcpy(at, given.data(), std::min<std::size_t>(given.size(), bytes));
+        std::copy_n(given.begin(), std::min<std::size_t>(given.size(), bytes), at);
       }
       call.constants.push_back(at);
       registry::Value sample;
