@@ -165,6 +165,25 @@ TEST(ComparisonsOfFloats, AllPairsOfEdges) {
   });
 }
 
+// Bytes of regions beyond the caches are stored past them.
+TEST(ComparisonsLarge, StreamedRowsEqualShortOnes) {
+  constexpr int kWidth = 1601, kHeight = 1500, kStep = 4 * kWidth + 8, kByteStep = kWidth + 3;
+  std::vector<Zop32f> image(kStep / 4 * kHeight);
+  for (std::size_t i = 0; i < image.size(); ++i) image[i] = static_cast<Zop32f>(i * 7 % 11);
+  std::vector<Zop32f> shifted(image.begin() + 1, image.end());
+  shifted.push_back(0);
+  std::vector<Zop8u> out(kByteStep * kHeight, 7);
+  ASSERT_EQ(zopStatusOk, zopiCompare_32f_C1R(image.data(), kStep, shifted.data(), kStep, out.data(),
+                                             kByteStep, {kWidth, kHeight}, zopCmpLess));
+  for (int y = 0; y < kHeight; ++y) {
+    for (int x = 0; x < kByteStep; ++x) {
+      const int i = y * (kStep / 4) + x;
+      const int expected = x >= kWidth ? 7 : image[i] < shifted[i] ? 255 : 0;
+      ASSERT_EQ(expected, out[y * kByteStep + x]) << x << "," << y;
+    }
+  }
+}
+
 TEST(ComparisonsByHand, AllChannelsCountAndAlphaDoesNot) {
   const Zop8u pixel[4] = {5, 6, 7, 8}, third[4] = {5, 6, 9, 8}, fourth[4] = {5, 6, 7, 9};
   Zop8u out = 1;

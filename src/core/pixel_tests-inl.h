@@ -127,6 +127,7 @@ struct PixelTest {
   HWY_INLINE hn::Vec<Bytes> at(Bytes, std::ptrdiff_t i, int) const {
     return pixels(i * Layout::channels, std::make_integer_sequence<int, Layout::channels>());
   }
+  // Whole vectors and parts share the code of a test, which is long.
   HWY_INLINE hn::Vec<Bytes> edge(Bytes d, std::ptrdiff_t i, std::ptrdiff_t n) const {
     PixelTest here = *this;
     HWY_ALIGN T blocks[2][kLanes<Bytes> * Layout::channels];
@@ -154,7 +155,7 @@ struct PixelTest {
   }
 };
 
-// Bytes as they come from a test.
+// Bytes as they come from a test: a short operation only where a vector of them takes one vector of samples.
 template <bool kIsShort>
 struct Outcome {
   static constexpr bool kShort = kIsShort;
