@@ -158,7 +158,7 @@ constexpr Tile kTiles[] = {
     {"Averaged with its shifted copy", "zopiAdd_8u_C3RSfs, scale factor 1", averaged},
     {"Fill outside an ellipse", "zopiSet_8u_C3MR", filledOutsideEllipse},
     {"A colour where green is dark", "zopiMulC_8u_C1IRSfs, zopiCopy_8u_C3MR", replacedWhereDark},
-    {"Eight colours", "zopiThreshold_LTVal_8u_C3R, zopiThreshold_GTVal_8u_C3IR", inEightColours},
+    {"Eight colours", "zopiThreshold_LTVal_8u_C3R, _GTVal_8u_C3IR", inEightColours},
     {"Ink where neighbours differ", "zopiCompareC_8u_C3R, zopiSet_8u_C3MR", inkedWhereDifferent},
 };
 
