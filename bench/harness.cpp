@@ -82,10 +82,10 @@ double median(std::vector<double>& values) {
   return values[values.size() / 2];
 }
 
-void runRow(benchmark::State& state, const std::vector<int>& sources, const std::vector<int>& destinations,
-            const Call& call) {
+void runRow(benchmark::State& state, Contents contents, const std::vector<int>& sources,
+            const std::vector<int>& destinations, const Call& call) {
   const ZopImageSize size = {static_cast<int>(state.range(0)), static_cast<int>(state.range(1))};
-  const Frame frame(size, sources, destinations);
+  const Frame frame(size, contents, sources, destinations);
   call(frame);
   // Batches of half a millisecond and at least four calls, so that neither the clock nor one slow call shows.
   const double once = std::max(seconds(3, [&] { call(frame); }) / 3, 1e-9);
@@ -103,23 +103,26 @@ void runRow(benchmark::State& state, const std::vector<int>& sources, const std:
 
 }  // namespace
 
-Frame::Image Frame::allocate(ZopImageSize size, int pixelBytes, unsigned seed) {
+Frame::Image Frame::allocate(ZopImageSize size, Contents contents, int pixelBytes, unsigned seed) {
   int step = 0;
   unsigned char* data = zopiMalloc_8u_C1(size.width * pixelBytes, size.height, &step);
   const std::size_t bytes = static_cast<std::size_t>(step) * size.height;
   std::mt19937 random(seed);
   for (std::size_t i = 0; i + 4 <= bytes; i += 4) {
     const std::uint32_t word = static_cast<std::uint32_t>(random());
-    std::memcpy(data + i, &word, 4);
+    const float number = static_cast<float>(word >> 8) * 0x1p-16f;
+    std::memcpy(data + i, contents == Contents::Numbers ? static_cast<const void*>(&number) : &word, 4);
   }
   return {{data, zopiFree}, step, bytes};
 }
 
-Frame::Frame(ZopImageSize frameSize, const std::vector<int>& sourcePixelBytes,
+Frame::Frame(ZopImageSize frameSize, Contents contents, const std::vector<int>& sourcePixelBytes,
              const std::vector<int>& destinationPixelBytes)
     : size(frameSize) {
-  for (const int bytes : sourcePixelBytes) sources_.push_back(allocate(size, bytes, bytes));
-  for (const int bytes : destinationPixelBytes) destinations_.push_back(allocate(size, bytes, 99));
+  unsigned seed = 0;
+  for (const int bytes : sourcePixelBytes) sources_.push_back(allocate(size, contents, bytes, ++seed));
+  for (const int bytes : destinationPixelBytes)
+    destinations_.push_back(allocate(size, contents, bytes, ++seed));
 }
 
 void Frame::traverse(const Way& way) const {
@@ -147,9 +150,11 @@ double Frame::secondsOfTraversal(int times) const {
 
 void add(const std::string& name, std::vector<int> sourcePixelBytes, std::vector<int> destinationPixelBytes,
          Call call) {
-  benchmark::RegisterBenchmark(
-      name.c_str(),
-      [=](benchmark::State& state) { runRow(state, sourcePixelBytes, destinationPixelBytes, call); })
+  const Contents contents = name.find("_32f") != std::string::npos ? Contents::Numbers : Contents::Noise;
+  benchmark::RegisterBenchmark(name.c_str(),
+                               [=](benchmark::State& state) {
+                                 runRow(state, contents, sourcePixelBytes, destinationPixelBytes, call);
+                               })
       ->Args({64, 64})
       ->Args({640, 480})
       ->Args({3840, 2160})

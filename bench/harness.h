@@ -15,10 +15,14 @@ namespace bench {
 
 struct Way;
 
+// What the images hold: random bits, or numbers from 0 to 256 (random bits are mostly numbers that no image
+// holds, and arithmetic on them overflows or takes the processor's slow ways).
+enum class Contents { Noise, Numbers };
+
 // The images of a call: what it reads, then what it writes.
 class Frame {
  public:
-  Frame(ZopImageSize size, const std::vector<int>& sourcePixelBytes,
+  Frame(ZopImageSize size, Contents contents, const std::vector<int>& sourcePixelBytes,
         const std::vector<int>& destinationPixelBytes);
 
   ZopImageSize size;
@@ -44,7 +48,7 @@ class Frame {
     int step;
     std::size_t bytes;
   };
-  static Image allocate(ZopImageSize size, int pixelBytes, unsigned seed);
+  static Image allocate(ZopImageSize size, Contents contents, int pixelBytes, unsigned seed);
   void traverse(const Way& way) const;
 
   std::vector<Image> sources_, destinations_;
@@ -52,7 +56,8 @@ class Frame {
 
 using Call = std::function<void(const Frame& frame)>;
 
-// Registers a row at 64x64, 640x480 and 3840x2160 pixels.
+// Registers a row at 64x64, 640x480 and 3840x2160 pixels. The images of functions whose name says `_32f` hold
+// numbers.
 void add(const std::string& name, std::vector<int> sourcePixelBytes, std::vector<int> destinationPixelBytes,
          Call call);
 

@@ -12,7 +12,6 @@
 namespace {
 
 using sweep::Call;
-using sweep::View;
 __extension__ typedef __int128 Exact;
 
 Exact saturate(Exact t, Exact lowest, Exact highest) { return std::clamp(t, lowest, highest); }
@@ -53,77 +52,56 @@ Pair exact(char operation, bool complex, Pair a, Pair b, bool unsignedSamples, E
 }
 
 template <class T>
-ZopStatus reference(const Call& call, bool complex) {
-  const registry::Function& f = call.function;
-  const std::string name = f.operation, layout = f.sourceLayout;
-  const bool constant = name.back() == 'C', keepsAlpha = layout == "AC4";
-  const bool truncates = complex && (keepsAlpha || (constant && layout == "C3"));
-  const int s = call.scaleFactor(), components = complex ? 2 : 1;
-  // A component's exact result in twice the bits, the largest of which holds an imaginary sum.
-  const Exact highest = (Exact{1} << (16 * sizeof(T) - 1)) - 1;
-  const View& out = call.destination;
+Pair pairOf(T sample) {
+  if constexpr (requires { sample.re; })
+    return {sample.re, sample.im};
+  else
+    return {sample, 0};
+}
 
-  const auto load = [&](const View& view, int x, int y, int c) {
-    Pair p = {view.get<T>(x, y, c), 0};
-    if (complex) {
-      T both[2];
-      struct Bytes {
-        unsigned char b[2 * sizeof(T)];
-      };
-      const Bytes bytes = view.get<Bytes>(x, y, c);
-      std::memcpy(both, &bytes, sizeof both);
-      p = {both[0], both[1]};
+template <class T>
+ZopStatus reference(const Call& call) {
+  constexpr bool complex = requires(T sample) { sample.re; };
+  constexpr int bits = 8 * sizeof(T) / (complex ? 2 : 1);
+  constexpr bool isUnsigned = bits == 8;
+  const std::string name = call.function.operation, layout = call.function.sourceLayout;
+  const bool truncates = complex && (layout == "AC4" || (name.back() == 'C' && layout == "C3"));
+  const int s = call.scaleFactor();
+  // The largest imaginary sum is held in twice the bits.
+  const Exact highest = (Exact{1} << (2 * bits - 1)) - 1;
+  sweep::pixelwise<T>(call, [&](T a, T b) {
+    const Pair t = exact(name[0], complex, pairOf(a), pairOf(b), isUnsigned, highest);
+    const auto stored = [&](Exact part) {
+      return saturate(truncates ? truncated(part, s) : scaled(part, s),
+                      isUnsigned ? 0 : -(Exact{1} << (bits - 1)),
+                      (Exact{1} << (isUnsigned ? bits : bits - 1)) - 1);
+    };
+    if constexpr (complex) {
+      using Part = decltype(a.re);
+      return T{static_cast<Part>(stored(t.re)), static_cast<Part>(stored(t.im))};
+    } else {
+      return static_cast<T>(stored(t.re));
     }
-    return p;
-  };
-  for (int y = 0; y < call.size.height; ++y) {
-    for (int x = 0; x < call.size.width; ++x) {
-      for (int c = 0; c < (keepsAlpha ? 3 : out.samples); ++c) {
-        Pair a, b;
-        if (constant) {
-          T values[2] = {};
-          std::memcpy(values, call.constants[0] + c * components * sizeof(T), components * sizeof(T));
-          a = load(call.sources[0], x, y, c);
-          b = {values[0], values[1]};
-        } else {  // the first image is taken from the second
-          a = load(call.sources[1], x, y, c);
-          b = load(call.sources[0], x, y, c);
-        }
-        const Pair t = exact(name[0], complex, a, b, sizeof(T) == 1, highest);
-        T result[2];
-        for (int i = 0; i < components; ++i) {
-          const Exact part = i == 0 ? t.re : t.im;
-          result[i] = static_cast<T>(saturate(truncates ? truncated(part, s) : scaled(part, s),
-                                              std::numeric_limits<T>::min(), std::numeric_limits<T>::max()));
-        }
-        if (complex) {
-          struct Bytes {
-            T b[2];
-          } bytes = {{result[0], result[1]}};
-          out.set(x, y, c, bytes);
-        } else {
-          out.set(x, y, c, result[0]);
-        }
-      }
-    }
-  }
+  });
   return zopStatusOk;
 }
 
 sweep::Reference referenceFor(const registry::Function& f) {
   const std::string type = f.sourceType;
-  if (type == "8u") return [](const Call& c) { return reference<Zop8u>(c, false); };
-  if (type == "16s") return [](const Call& c) { return reference<Zop16s>(c, false); };
-  if (type == "16sc") return [](const Call& c) { return reference<Zop16s>(c, true); };
-  return [](const Call& c) { return reference<Zop32s>(c, true); };
+  if (type == "8u") return reference<Zop8u>;
+  if (type == "16s") return reference<Zop16s>;
+  if (type == "16sc") return reference<Zop16sc>;
+  return reference<Zop32sc>;
 }
+
+const std::vector<std::string> kTypes = {"8u", "16s", "16sc", "32sc"};
 
 class ScaledArithmetic : public testing::TestWithParam<const char*> {};
 
 TEST_P(ScaledArithmetic, EqualsTheReferenceAtEveryShape) {
   const std::vector<int> scales = {0, 1, 2, 3, 8, 9, 10, 15, 16, 17, -1, -7, -8, -9, -16, 31};
   sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    for (const registry::Function* f : sweep::functionsOf(GetParam())) {
+    for (const registry::Function* f : sweep::functionsOf(GetParam(), kTypes)) {
       sweep::Options options;
       std::vector<sweep::Shape> shapes = sweep::shapes(*f);
       if (!everyShape) shapes = {{7, 1, 0, {}}, {61, 9, 5, {}}, {336, 3, 0, {}}, {40, 81, 8, {}}};
@@ -147,7 +125,7 @@ TEST_P(ScaledArithmetic, EqualsTheReferenceAtEveryScale) {
   std::vector<std::vector<registry::Value>> scales;
   for (int s = -70; s <= 70; ++s) scales.push_back({s});
   for (const int s : {INT32_MIN, INT32_MIN + 1, INT32_MAX}) scales.push_back({s});
-  for (const registry::Function* f : sweep::functionsOf(GetParam())) {
+  for (const registry::Function* f : sweep::functionsOf(GetParam(), kTypes)) {
     sweep::Options options{
         scales, {{}, {{0, 0, 0, 0, 0, 0, 0, 0}}, {{1, 0, 0, 0}}, {{0, 0x80, 0, 0x80, 0, 0x80, 0, 0x80}}}};
     sweep::run(*f, options, referenceFor(*f), {{70, 2, 4, {}}});

@@ -2,7 +2,9 @@
 // the status tells the order of the checks, and no byte is written.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <string>
@@ -30,6 +32,19 @@ struct OwnCheck {
   ZopStatus status;
   std::vector<Value> (*caught)(const Argument& argument);
 };
+// Divisors of zero, and arrays in which one is.
+std::vector<Value> zeroDivisors(const Argument& argument) {
+  if (argument.role == Role::Sample) return {Value(std::int64_t{0})};
+  static std::vector<std::unique_ptr<std::vector<unsigned char>>> arrays;
+  std::vector<Value> result;
+  for (int zero = 0; zero < argument.samples; ++zero) {
+    arrays.push_back(
+        std::make_unique<std::vector<unsigned char>>(argument.samples * argument.sampleBytes, 1));
+    std::fill_n(arrays.back()->begin() + zero * argument.sampleBytes, argument.sampleBytes, 0);
+    result.emplace_back(static_cast<void*>(arrays.back()->data()));
+  }
+  return result;
+}
 
 // A lower threshold above the upper one: the sample or, in an array, the last one alone.
 std::vector<Value> tooHigh(const Argument& argument) {
@@ -42,6 +57,8 @@ std::vector<Value> tooHigh(const Argument& argument) {
 }
 
 const std::vector<OwnCheck> kOwnChecks = {
+    {"checkDivisor(value)", "value", zopStatusDivideByZero, zeroDivisors},
+    {"checkDivisors(value)", "value", zopStatusDivideByZero, zeroDivisors},
     {"checkEpsilon(eps)", "eps", zopStatusBadEpsilon,
      [](const Argument&) {
        return std::vector<Value>{-1.0f, -1e-45f, -HUGE_VALF};
@@ -167,6 +184,15 @@ TEST(ArgumentOrder, ByHand) {
   EXPECT_EQ(zopStatusBadStep, zopiThreshold_GT_8u_C3IR(image, 0, {1, 1}, nullptr));
   EXPECT_EQ(zopStatusNullPointer, zopiThreshold_GTVal_8u_C4IR(image, 8, {1, 1}, image, nullptr));
   EXPECT_EQ(zopStatusBadThresholds, zopiThreshold_LTValGTVal_8u_C1IR(image, 8, {1, 1}, 2, 0, 1, 0));
+
+  Zop32fc number = {}, zeros[3] = {{1, 0}, {0, 1}, {0, 0}};
+  EXPECT_EQ(zopStatusNullPointer, zopiMulScale_8u_C1IR(nullptr, 0, nullptr, 8, none));
+  EXPECT_EQ(zopStatusBadStep, zopiMulScale_8u_C3IR(image, 0, image, 8, none));
+  EXPECT_EQ(zopStatusBadSize, zopiDivC_8u_C1RSfs(image, 8, 0, image, 8, none, 0));
+  EXPECT_EQ(zopStatusDivideByZero, zopiDivC_32fc_C1R(nullptr, 0, {0, 0}, nullptr, 0, none));
+  EXPECT_EQ(zopStatusNullPointer, zopiDivC_32fc_C1IR({0, 0}, nullptr, 0, none));
+  EXPECT_EQ(zopStatusDivideByZero, zopiDivC_32fc_C3R(nullptr, 0, zeros, nullptr, 0, none));
+  EXPECT_EQ(zopStatusNullPointer, zopiDivC_32fc_AC4IR(nullptr, &number, 0, none));
 }
 
 }  // namespace

@@ -55,12 +55,12 @@ class Name:
     def __init__(self, text):
         self.text = text
         parts = text.removeprefix("zopi").split("_")
-        self.operation, self.variant, self.types, self.layouts = parts[0], "", [], []
+        self.operation, self.variant, self.types, self.layouts, self.form = parts[0], "", [], [], ""
         self.in_place = self.masked = self.of_interest = self.scaled = False
         for i, part in enumerate(parts[1:], 1):
             if match := re.fullmatch(r"(\d+(?:sc|fc|u|s|f))(\d+(?:sc|fc|u|s|f))?", part):
                 self.types = [t for t in match.groups() if t]
-                self.variant = "_".join(parts[1:i])
+                self.variant, self.form = "_".join(parts[1:i]), "_".join(parts[i:])
                 self.descriptor(parts[i + 1] if i + 1 < len(parts) else "")
                 break
 
@@ -137,6 +137,8 @@ class Argument:
     def expression(self):
         if self.planar:
             return f"planes<{LAYOUTS[self.layout]}>({self.name}, {self.step})"
+        if self.kind == "constant" and not self.constant_count:
+            return f"&{self.name}"
         return f"image({self.name}, {self.step})" if self.is_image else self.name
 
     def roles(self):
@@ -236,10 +238,15 @@ class Group:
                     raise TableError(f"{function.name.text}: argument {a.name} is not described")
                 seen.setdefault(names, text)
         lines += [f"- {names}: {text}" for names, text in seen.items()]
-        orders = dict.fromkeys(tuple(f.checks) for f in self.functions if f.checks)
-        for order in orders:
-            layouts = dict.fromkeys(f"`{f.name.layouts[0]}`" for f in self.functions if tuple(f.checks) == order)
-            whose = "" if len(orders) == 1 else f" in the forms {', '.join(layouts)}"
+        orders = {}
+        for f in self.functions:
+            if f.checks:
+                orders.setdefault(tuple(f.checks), []).append(f.name)
+        layouts = {order: {n.layouts[0] for n in names} for order, names in orders.items()}
+        tell_apart = sum(map(len, layouts.values())) == len(set().union(*layouts.values()))
+        for order, names in orders.items():
+            forms = [n.layouts[0] if tell_apart else n.form for n in names]
+            whose = "" if len(orders) == 1 else f" in the forms {', '.join(dict.fromkeys(f'`{f}`' for f in forms))}"
             lines += ["", f"Arguments are checked in this order{whose}: "
                       + ", ".join(self.check_text(c) for c in order)
                       + ". After a failed check nothing is written."]

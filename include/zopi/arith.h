@@ -33,14 +33,17 @@ extern "C" {
 /// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
 ///   bytes between its rows.
 ///
-/// Arguments are checked in this order in the forms `C1`, `AC4`, `C3`: @ref zopStatusNullPointer (-8) if a
-/// pointer is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14)
-/// if a step is below 1. After a failed check nothing is written.
+/// Arguments are checked in this order in the forms `8u_C1RSfs`, `8u_AC4RSfs`, `16s_C1RSfs`, `16s_AC4RSfs`,
+/// `8u_C1IRSfs`, `8u_AC4IRSfs`, `16s_C1IRSfs`, `16s_AC4IRSfs`, `16sc_C1RSfs`, `16sc_C3RSfs`, `16sc_AC4RSfs`,
+/// `32sc_C1RSfs`, `32sc_C3RSfs`, `32sc_AC4RSfs`, `16sc_C1IRSfs`, `16sc_C3IRSfs`, `16sc_AC4IRSfs`,
+/// `32sc_C1IRSfs`, `32sc_C3IRSfs`, `32sc_AC4IRSfs`: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
 ///
-/// Arguments are checked in this order in the forms `C3`, `C4`: @ref zopStatusBadSize (-6) if the width is
-/// below 1, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or
-/// height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is
-/// written.
+/// Arguments are checked in this order in the forms `8u_C3RSfs`, `8u_C4RSfs`, `16s_C3RSfs`, `16s_C4RSfs`,
+/// `8u_C3IRSfs`, `8u_C4IRSfs`, `16s_C3IRSfs`, `16s_C4IRSfs`: @ref zopStatusBadSize (-6) if the width is below
+/// 1, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or height is
+/// below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
 ///
 /// Returns @ref zopStatusOk.
 /// @{
@@ -264,14 +267,17 @@ ZOPI_API ZopStatus zopiAddC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcD
 /// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
 ///   bytes between its rows.
 ///
-/// Arguments are checked in this order in the forms `C1`, `AC4`, `C3`: @ref zopStatusNullPointer (-8) if a
-/// pointer is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14)
-/// if a step is below 1. After a failed check nothing is written.
+/// Arguments are checked in this order in the forms `8u_C1RSfs`, `8u_AC4RSfs`, `16s_C1RSfs`, `16s_AC4RSfs`,
+/// `8u_C1IRSfs`, `8u_AC4IRSfs`, `16s_C1IRSfs`, `16s_AC4IRSfs`, `16sc_C1RSfs`, `16sc_C3RSfs`, `16sc_AC4RSfs`,
+/// `32sc_C1RSfs`, `32sc_C3RSfs`, `32sc_AC4RSfs`, `16sc_C1IRSfs`, `16sc_C3IRSfs`, `16sc_AC4IRSfs`,
+/// `32sc_C1IRSfs`, `32sc_C3IRSfs`, `32sc_AC4IRSfs`: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
 ///
-/// Arguments are checked in this order in the forms `C3`, `C4`: @ref zopStatusBadSize (-6) if the width is
-/// below 1, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or
-/// height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is
-/// written.
+/// Arguments are checked in this order in the forms `8u_C3RSfs`, `8u_C4RSfs`, `16s_C3RSfs`, `16s_C4RSfs`,
+/// `8u_C3IRSfs`, `8u_C4IRSfs`, `16s_C3IRSfs`, `16s_C4IRSfs`: @ref zopStatusBadSize (-6) if the width is below
+/// 1, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or height is
+/// below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
 ///
 /// Returns @ref zopStatusOk.
 /// @{
@@ -495,14 +501,17 @@ ZOPI_API ZopStatus zopiSubC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcD
 /// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
 ///   bytes between its rows.
 ///
-/// Arguments are checked in this order in the forms `C1`, `AC4`, `C3`: @ref zopStatusNullPointer (-8) if a
-/// pointer is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14)
-/// if a step is below 1. After a failed check nothing is written.
+/// Arguments are checked in this order in the forms `8u_C1RSfs`, `8u_AC4RSfs`, `16s_C1RSfs`, `16s_AC4RSfs`,
+/// `8u_C1IRSfs`, `8u_AC4IRSfs`, `16s_C1IRSfs`, `16s_AC4IRSfs`, `16sc_C1RSfs`, `16sc_C3RSfs`, `16sc_AC4RSfs`,
+/// `32sc_C1RSfs`, `32sc_C3RSfs`, `32sc_AC4RSfs`, `16sc_C1IRSfs`, `16sc_C3IRSfs`, `16sc_AC4IRSfs`,
+/// `32sc_C1IRSfs`, `32sc_C3IRSfs`, `32sc_AC4IRSfs`: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
 ///
-/// Arguments are checked in this order in the forms `C3`, `C4`: @ref zopStatusBadSize (-6) if the width is
-/// below 1, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or
-/// height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is
-/// written.
+/// Arguments are checked in this order in the forms `8u_C3RSfs`, `8u_C4RSfs`, `16s_C3RSfs`, `16s_C4RSfs`,
+/// `8u_C3IRSfs`, `8u_C4IRSfs`, `16s_C3IRSfs`, `16s_C4IRSfs`: @ref zopStatusBadSize (-6) if the width is below
+/// 1, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or height is
+/// below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
 ///
 /// Returns @ref zopStatusOk.
 /// @{
@@ -702,6 +711,1317 @@ ZOPI_API ZopStatus zopiMulC_32sc_C3IRSfs(const Zop32sc value[3], Zop32sc* pSrcDs
 /// 32-bit complex, three of four channels, alpha left alone, in place.
 ZOPI_API ZopStatus zopiMulC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
+/// @}
+
+/// @name Addition of two float images
+///
+/// Stores `pSrc1 + pSrc2` in single precision: the exact result, rounded once. Nothing is scaled or
+/// saturated; infinities and not-a-numbers follow IEEE 754.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiAdd_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiAdd_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiAdd_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiAdd_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiAdd_32f_C1IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiAdd_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiAdd_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiAdd_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiAdd_32fc_C1R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiAdd_32fc_C3R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiAdd_32fc_AC4R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2,
+    int src2Step, Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiAdd_32fc_C1IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiAdd_32fc_C3IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiAdd_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Addition of a constant to float images
+///
+/// Stores `pSrc + value` in single precision: the exact result, rounded once. Nothing is scaled or saturated;
+/// infinities and not-a-numbers follow IEEE 754.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `value`: The constant: a sample in `C1` forms, else one sample a channel, without one for alpha in `AC4`
+///   forms.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiAddC_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f value, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiAddC_32f_C3R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiAddC_32f_C4R(const Zop32f* pSrc, int srcStep, const Zop32f value[4], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiAddC_32f_AC4R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiAddC_32f_C1IR(Zop32f value, Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiAddC_32f_C3IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiAddC_32f_C4IR(const Zop32f value[4], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiAddC_32f_AC4IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiAddC_32fc_C1R(const Zop32fc* pSrc, int srcStep, Zop32fc value, Zop32fc* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiAddC_32fc_C3R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiAddC_32fc_AC4R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiAddC_32fc_C1IR(Zop32fc value, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiAddC_32fc_C3IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiAddC_32fc_AC4IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Subtraction of two float images
+///
+/// Stores `pSrc2 - pSrc1` (in place `pSrcDst - pSrc`: the first image is the one taken away) in single
+/// precision: the exact result, rounded once. Nothing is scaled or saturated; infinities and not-a-numbers
+/// follow IEEE 754.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiSub_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiSub_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiSub_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSub_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiSub_32f_C1IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiSub_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiSub_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSub_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiSub_32fc_C1R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiSub_32fc_C3R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSub_32fc_AC4R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2,
+    int src2Step, Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiSub_32fc_C1IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiSub_32fc_C3IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSub_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Subtraction of a constant from float images
+///
+/// Stores `pSrc - value` in single precision: the exact result, rounded once. Nothing is scaled or saturated;
+/// infinities and not-a-numbers follow IEEE 754.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `value`: The constant: a sample in `C1` forms, else one sample a channel, without one for alpha in `AC4`
+///   forms.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiSubC_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f value, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiSubC_32f_C3R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiSubC_32f_C4R(const Zop32f* pSrc, int srcStep, const Zop32f value[4], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSubC_32f_AC4R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiSubC_32f_C1IR(Zop32f value, Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiSubC_32f_C3IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiSubC_32f_C4IR(const Zop32f value[4], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSubC_32f_AC4IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiSubC_32fc_C1R(const Zop32fc* pSrc, int srcStep, Zop32fc value, Zop32fc* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiSubC_32fc_C3R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSubC_32fc_AC4R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiSubC_32fc_C1IR(Zop32fc value, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiSubC_32fc_C3IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSubC_32fc_AC4IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Multiplication of two float images
+///
+/// Stores `pSrc1 * pSrc2` in single precision: the exact result, rounded once. Nothing is scaled or
+/// saturated; infinities and not-a-numbers follow IEEE 754. A complex product is computed in double
+/// precision, each part rounded once.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiMul_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiMul_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiMul_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMul_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiMul_32f_C1IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiMul_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiMul_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMul_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiMul_32fc_C1R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiMul_32fc_C3R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMul_32fc_AC4R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2,
+    int src2Step, Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiMul_32fc_C1IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiMul_32fc_C3IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMul_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Multiplication of float images by a constant
+///
+/// Stores `pSrc * value` in single precision: the exact result, rounded once. Nothing is scaled or saturated;
+/// infinities and not-a-numbers follow IEEE 754. A complex product is computed in double precision, each part
+/// rounded once.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `value`: The constant: a sample in `C1` forms, else one sample a channel, without one for alpha in `AC4`
+///   forms.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiMulC_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f value, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiMulC_32f_C3R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiMulC_32f_C4R(const Zop32f* pSrc, int srcStep, const Zop32f value[4], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMulC_32f_AC4R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiMulC_32f_C1IR(Zop32f value, Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiMulC_32f_C3IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiMulC_32f_C4IR(const Zop32f value[4], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMulC_32f_AC4IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiMulC_32fc_C1R(const Zop32fc* pSrc, int srcStep, Zop32fc value, Zop32fc* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiMulC_32fc_C3R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMulC_32fc_AC4R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiMulC_32fc_C1IR(Zop32fc value, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiMulC_32fc_C3IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMulC_32fc_AC4IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Multiplication of fractions of full scale
+///
+/// A sample stands for a fraction of full scale, 255 or 65535: full scale times x is x. Stores the product t
+/// of `pSrc1` and `pSrc2`, divided by full scale and rounded down: `(t + 1 + (t >> n)) >> n`, with n the bits
+/// of a sample.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadStep (-14) if a step is below 1, @ref zopStatusBadSize (-6) if a width or height is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMulScale_8u_C1R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
+    Zop8u* pDst, int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMulScale_8u_C3R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
+    Zop8u* pDst, int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiMulScale_8u_C4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
+    Zop8u* pDst, int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMulScale_8u_AC4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
+    Zop8u* pDst, int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMulScale_16u_C1R(const Zop16u* pSrc1, int src1Step, const Zop16u* pSrc2,
+    int src2Step, Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMulScale_16u_C3R(const Zop16u* pSrc1, int src1Step, const Zop16u* pSrc2,
+    int src2Step, Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiMulScale_16u_C4R(const Zop16u* pSrc1, int src1Step, const Zop16u* pSrc2,
+    int src2Step, Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMulScale_16u_AC4R(const Zop16u* pSrc1, int src1Step, const Zop16u* pSrc2,
+    int src2Step, Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiMulScale_8u_C1IR(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiMulScale_8u_C3IR(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, in place.
+ZOPI_API ZopStatus zopiMulScale_8u_C4IR(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMulScale_8u_AC4IR(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiMulScale_16u_C1IR(const Zop16u* pSrc, int srcStep, Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiMulScale_16u_C3IR(const Zop16u* pSrc, int srcStep, Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, four channels, in place.
+ZOPI_API ZopStatus zopiMulScale_16u_C4IR(const Zop16u* pSrc, int srcStep, Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMulScale_16u_AC4IR(const Zop16u* pSrc, int srcStep, Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Multiplication by a fraction of full scale
+///
+/// A sample and the constant stand for fractions of full scale, 255 or 65535: full scale times x is x. Stores
+/// their product t, divided by full scale and rounded down: `(t + 1 + (t >> n)) >> n`, with n the bits of a
+/// sample.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `value`: The constant: a sample in `C1` forms, else one sample a channel, without one for alpha in `AC4`
+///   forms.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadStep (-14) if a step is below 1, @ref zopStatusBadSize (-6) if a width or height is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMulCScale_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u value, Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMulCScale_8u_C3R(const Zop8u* pSrc, int srcStep, const Zop8u value[3], Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiMulCScale_8u_C4R(const Zop8u* pSrc, int srcStep, const Zop8u value[4], Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMulCScale_8u_AC4R(const Zop8u* pSrc, int srcStep, const Zop8u value[3], Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMulCScale_16u_C1R(const Zop16u* pSrc, int srcStep, Zop16u value, Zop16u* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMulCScale_16u_C3R(const Zop16u* pSrc, int srcStep, const Zop16u value[3],
+    Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiMulCScale_16u_C4R(const Zop16u* pSrc, int srcStep, const Zop16u value[4],
+    Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiMulCScale_16u_AC4R(const Zop16u* pSrc, int srcStep, const Zop16u value[3],
+    Zop16u* pDst, int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiMulCScale_8u_C1IR(Zop8u value, Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiMulCScale_8u_C3IR(const Zop8u value[3], Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, in place.
+ZOPI_API ZopStatus zopiMulCScale_8u_C4IR(const Zop8u value[4], Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMulCScale_8u_AC4IR(const Zop8u value[3], Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiMulCScale_16u_C1IR(Zop16u value, Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiMulCScale_16u_C3IR(const Zop16u value[3], Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, four channels, in place.
+ZOPI_API ZopStatus zopiMulCScale_16u_C4IR(const Zop16u value[4], Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiMulCScale_16u_AC4IR(const Zop16u value[3], Zop16u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Division of two images of integers, scaled
+///
+/// Stores `pSrc2 / pSrc1` (in place `pSrcDst / pSrc`: the first image is the divisor), multiplied by
+/// 2^-scaleFactor, rounded to nearest with ties to even and saturated.
+///
+/// Where the divisor is zero, the largest value of the sign of the dividend is stored, or 0 if that is zero,
+/// too. The complex quotient is (a b*) / (b b*), with b* the conjugate of the divisor: the reciprocal of b b*
+/// is rounded to double precision before it is multiplied. The rounding mode of the caller has no influence
+/// and is kept. `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: The exact result is multiplied by 2 to the power of minus this number. Any value is
+///   valid.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusZeroDenominator (6, a warning) if a sample of the divisor is zero, else @ref
+/// zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiDiv_8u_C1RSfs(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
+    Zop8u* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiDiv_8u_C3RSfs(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
+    Zop8u* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiDiv_16s_C1RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2, int src2Step,
+    Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiDiv_16s_C3RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2, int src2Step,
+    Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiDiv_8u_C1IRSfs(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiDiv_8u_C3IRSfs(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiDiv_16s_C1IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiDiv_16s_C3IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, one channel.
+ZOPI_API ZopStatus zopiDiv_16sc_C1RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
+    int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three channels.
+ZOPI_API ZopStatus zopiDiv_16sc_C3RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
+    int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDiv_16sc_AC4RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
+    int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, one channel.
+ZOPI_API ZopStatus zopiDiv_32sc_C1RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
+    int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three channels.
+ZOPI_API ZopStatus zopiDiv_32sc_C3RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
+    int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDiv_32sc_AC4RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
+    int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, one channel, in place.
+ZOPI_API ZopStatus zopiDiv_16sc_C1IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three channels, in place.
+ZOPI_API ZopStatus zopiDiv_16sc_C3IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDiv_16sc_AC4IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, one channel, in place.
+ZOPI_API ZopStatus zopiDiv_32sc_C1IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three channels, in place.
+ZOPI_API ZopStatus zopiDiv_32sc_C3IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDiv_32sc_AC4IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// @}
+
+/// @name Division of images of integers by a constant, scaled
+///
+/// Stores `pSrc / value`, multiplied by 2^-scaleFactor, rounded to nearest and saturated.
+///
+/// Samples are multiplied by the reciprocal of the constant, in double precision. A quotient half-way between
+/// two integers may therefore come out on either side of the tie, and round differently from the quotient of
+/// two images. Complex forms divide as two images do. The rounding mode of the caller has no influence and is
+/// kept. `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `value`: The constant: a sample in `C1` forms, else one sample a channel, without one for alpha in `AC4`
+///   forms.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: The exact result is multiplied by 2 to the power of minus this number. Any value is
+///   valid.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order in the forms `C1`: @ref zopStatusNullPointer (-8) if a pointer is
+/// null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is
+/// below 1, @ref zopStatusDivideByZero (-10) if the constant is zero. After a failed check nothing is
+/// written.
+///
+/// Arguments are checked in this order in the forms `C3`, `AC4`: @ref zopStatusNullPointer (-8) if a pointer
+/// is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step
+/// is below 1, @ref zopStatusDivideByZero (-10) if one of the constants is zero. After a failed check nothing
+/// is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiDivC_8u_C1RSfs(const Zop8u* pSrc, int srcStep, Zop8u value, Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiDivC_16s_C1RSfs(const Zop16s* pSrc, int srcStep, Zop16s value, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, one channel.
+ZOPI_API ZopStatus zopiDivC_16sc_C1RSfs(const Zop16sc* pSrc, int srcStep, Zop16sc value, Zop16sc* pDst,
+    int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, one channel.
+ZOPI_API ZopStatus zopiDivC_32sc_C1RSfs(const Zop32sc* pSrc, int srcStep, Zop32sc value, Zop32sc* pDst,
+    int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiDivC_8u_C1IRSfs(Zop8u value, Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiDivC_16s_C1IRSfs(Zop16s value, Zop16s* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, one channel, in place.
+ZOPI_API ZopStatus zopiDivC_16sc_C1IRSfs(Zop16sc value, Zop16sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, one channel, in place.
+ZOPI_API ZopStatus zopiDivC_32sc_C1IRSfs(Zop32sc value, Zop32sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiDivC_8u_C3RSfs(const Zop8u* pSrc, int srcStep, const Zop8u value[3], Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiDivC_16s_C3RSfs(const Zop16s* pSrc, int srcStep, const Zop16s value[3],
+    Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three channels.
+ZOPI_API ZopStatus zopiDivC_16sc_C3RSfs(const Zop16sc* pSrc, int srcStep, const Zop16sc value[3],
+    Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three channels.
+ZOPI_API ZopStatus zopiDivC_32sc_C3RSfs(const Zop32sc* pSrc, int srcStep, const Zop32sc value[3],
+    Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiDivC_8u_C3IRSfs(const Zop8u value[3], Zop8u* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiDivC_16s_C3IRSfs(const Zop16s value[3], Zop16s* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three channels, in place.
+ZOPI_API ZopStatus zopiDivC_16sc_C3IRSfs(const Zop16sc value[3], Zop16sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three channels, in place.
+ZOPI_API ZopStatus zopiDivC_32sc_C3IRSfs(const Zop32sc value[3], Zop32sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDivC_16sc_AC4RSfs(const Zop16sc* pSrc, int srcStep, const Zop16sc value[3],
+    Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDivC_32sc_AC4RSfs(const Zop32sc* pSrc, int srcStep, const Zop32sc value[3],
+    Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDivC_16sc_AC4IRSfs(const Zop16sc value[3], Zop16sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 32-bit complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDivC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// @}
+
+/// @name Division of two float images
+///
+/// Stores `pSrc2 / pSrc1` (in place `pSrcDst / pSrc`: the first image is the divisor) in single precision.
+/// The complex quotient is (a b*) / (b b*) in double precision, with b* the conjugate of the divisor, each
+/// part rounded once.
+///
+/// Where the divisor is zero, of either sign, the sign of the dividend (of the numerator, if complex)
+/// decides: infinity of that sign is stored, or for zero the not-a-number with the bits 0xFFC00000; a
+/// dividend that is not a number gives minus infinity.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusZeroDenominator (6, a warning) if a sample of the divisor is zero, else @ref
+/// zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiDiv_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiDiv_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiDiv_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDiv_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
+    Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiDiv_32f_C1IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiDiv_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiDiv_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDiv_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiDiv_32fc_C1R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiDiv_32fc_C3R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDiv_32fc_AC4R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2,
+    int src2Step, Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiDiv_32fc_C1IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiDiv_32fc_C3IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDiv_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Division of float images by a constant
+///
+/// Real forms multiply by the reciprocal of the constant, which is rounded to single precision first; if that
+/// is zero, the one-channel forms clear the image. The complex quotient is (a b*) / (b b*) in double
+/// precision, with b* the conjugate of the constant b, each part rounded once. `AC4` forms leave the
+/// destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `value`: The constant: a sample in `C1` forms, else one sample a channel, without one for alpha in `AC4`
+///   forms.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order in the forms `32f_C1R`, `32f_C1IR`, `32fc_C1IR`: @ref
+/// zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or height is below
+/// 1, @ref zopStatusBadStep (-14) if a step is below 1, @ref zopStatusDivideByZero (-10) if the constant is
+/// zero. After a failed check nothing is written.
+///
+/// Arguments are checked in this order in the forms `32fc_C1R`: @ref zopStatusDivideByZero (-10) if the
+/// constant is zero, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a
+/// width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing
+/// is written.
+///
+/// Arguments are checked in this order in the forms `32f_C3R`, `32f_C3IR`: @ref zopStatusNullPointer (-8) if
+/// a pointer is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14)
+/// if a step is below 1, @ref zopStatusDivideByZero (-10) if one of the constants is zero. After a failed
+/// check nothing is written.
+///
+/// Arguments are checked in this order in the forms `32fc_C3R`, `32fc_AC4R`, `32fc_C3IR`, `32fc_AC4IR`: @ref
+/// zopStatusNullPointer (-8) if the array of constants is null, @ref zopStatusDivideByZero (-10) if one of
+/// the constants is zero, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if
+/// a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check
+/// nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiDivC_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f value, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiDivC_32f_C1IR(Zop32f value, Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single-precision complex, one channel, in place.
+ZOPI_API ZopStatus zopiDivC_32fc_C1IR(Zop32fc value, Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, one channel.
+ZOPI_API ZopStatus zopiDivC_32fc_C1R(const Zop32fc* pSrc, int srcStep, Zop32fc value, Zop32fc* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiDivC_32f_C3R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiDivC_32f_C3IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three channels.
+ZOPI_API ZopStatus zopiDivC_32fc_C3R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiDivC_32fc_AC4R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
+    Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
+/// Single-precision complex, three channels, in place.
+ZOPI_API ZopStatus zopiDivC_32fc_C3IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single-precision complex, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiDivC_32fc_AC4IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name Squares of integers, scaled
+///
+/// Stores the square of each sample, multiplied by 2^-scaleFactor, rounded to nearest with ties to even and
+/// saturated.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone. But for
+/// the `C4` forms, what a step holds beyond whole samples is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: The exact result is multiplied by 2 to the power of minus this number. Any value is
+///   valid.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiSqr_8u_C1RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiSqr_8u_C3RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiSqr_8u_C4RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqr_8u_AC4RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiSqr_16u_C1RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiSqr_16u_C3RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiSqr_16u_C4RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqr_16u_AC4RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiSqr_16s_C1RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiSqr_16s_C3RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiSqr_16s_C4RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqr_16s_AC4RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiSqr_8u_C1IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiSqr_8u_C3IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 8-bit unsigned, four channels, in place.
+ZOPI_API ZopStatus zopiSqr_8u_C4IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqr_8u_AC4IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiSqr_16u_C1IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiSqr_16u_C3IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, four channels, in place.
+ZOPI_API ZopStatus zopiSqr_16u_C4IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqr_16u_AC4IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiSqr_16s_C1IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiSqr_16s_C3IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, four channels, in place.
+ZOPI_API ZopStatus zopiSqr_16s_C4IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqr_16s_AC4IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// @}
+
+/// @name Squares of float images
+///
+/// Stores the square of each sample in single precision.
+///
+/// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone. But for
+/// the `C4` forms, what a step holds beyond whole samples is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiSqr_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiSqr_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiSqr_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqr_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiSqr_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiSqr_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiSqr_32f_C4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqr_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// @}
+
+/// @name Square roots of integers, scaled
+///
+/// Stores the square root of each sample, multiplied by 2^-scaleFactor, rounded to nearest with ties to even
+/// and saturated; 0 for a negative sample. The rounding mode of the caller has no influence and is kept.
+///
+/// `AC4` forms leave the destination's alpha alone. What a step holds beyond whole samples is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: The exact result is multiplied by 2 to the power of minus this number. Any value is
+///   valid.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusSqrtNegative (3, a warning) if a sample is negative, else @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiSqrt_8u_C1RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiSqrt_8u_C3RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqrt_8u_AC4RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiSqrt_16u_C1RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiSqrt_16u_C3RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit unsigned, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqrt_16u_AC4RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiSqrt_16s_C1RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiSqrt_16s_C3RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqrt_16s_AC4RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiSqrt_8u_C1IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiSqrt_8u_C3IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqrt_8u_AC4IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiSqrt_16u_C1IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiSqrt_16u_C3IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit unsigned, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqrt_16u_AC4IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiSqrt_16s_C1IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiSqrt_16s_C3IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqrt_16s_AC4IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// @}
+
+/// @name Square roots of float images
+///
+/// Stores the square root of each sample in single precision; a not-a-number for a negative sample, and -0
+/// for -0.
+///
+/// The `C4` form treats alpha like any other channel, `AC4` forms leave the destination's alpha alone. But
+/// for the `C4` form, what a step holds beyond whole samples is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusSqrtNegative (3, a warning) if a sample is negative, else @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiSqrt_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiSqrt_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone.
+ZOPI_API ZopStatus zopiSqrt_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiSqrt_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiSqrt_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiSqrt_32f_C4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three of four channels, alpha left alone, in place.
+ZOPI_API ZopStatus zopiSqrt_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// @}
+
+/// @name Natural logarithms of integers, scaled
+///
+/// Stores the natural logarithm of each sample, multiplied by 2^-scaleFactor, rounded to nearest and
+/// saturated. For zero that is the lowest value of the type, and for a negative sample 0. The rounding mode
+/// of the caller has no influence and is kept.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: The exact result is multiplied by 2 to the power of minus this number. Any value is
+///   valid.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusLnZero (7, a warning) if the first sample that has no logarithm is zero, @ref
+/// zopStatusLnNegative (8, a warning) if it is negative, else @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiLn_8u_C1RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiLn_8u_C3RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiLn_16s_C1RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiLn_16s_C3RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiLn_8u_C1IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiLn_8u_C3IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiLn_16s_C1IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiLn_16s_C3IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// @}
+
+/// @name Natural logarithms of float images
+///
+/// Stores the natural logarithm of each sample: that in double precision, rounded to single precision. For
+/// zero, of either sign, that is minus infinity, and for a negative sample the not-a-number with the bits
+/// 0xFFC00000. The rounding mode of the caller has no influence and is kept.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusLnZero (7, a warning) if the first sample that has no logarithm is zero, @ref
+/// zopStatusLnNegative (8, a warning) if it is negative, else @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiLn_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiLn_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiLn_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiLn_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// @}
+
+/// @name Exponentials of integers, scaled
+///
+/// Stores e to the power of each sample, multiplied by 2^-scaleFactor, rounded to nearest with ties to even
+/// and saturated. One result is odd: for `8u`, e^0 / 2 rounds to 1. The rounding mode of the caller has no
+/// influence and is kept.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: The exact result is multiplied by 2 to the power of minus this number. Any value is
+///   valid.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiExp_8u_C1RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiExp_8u_C3RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiExp_16s_C1RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiExp_16s_C3RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int scaleFactor);
+/// 8-bit unsigned, one channel, in place.
+ZOPI_API ZopStatus zopiExp_8u_C1IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiExp_8u_C3IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiExp_16s_C1IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiExp_16s_C3IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    int scaleFactor);
+/// @}
+
+/// @name Exponentials of float images
+///
+/// Stores e to the power of each sample: that in double precision, rounded to single precision. The rounding
+/// mode of the caller has no influence and is kept.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiExp_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiExp_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiExp_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiExp_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
 /// @}
 
 #ifdef __cplusplus

@@ -9,8 +9,6 @@
 #include <type_traits>
 
 #include "arith/add_sub_mul_rows.h"
-#include "core/pattern.h"
-#include "core/walk.h"
 #include "move/copy.h"
 #include "move/set.h"
 
@@ -27,8 +25,6 @@ struct Mul {
   static constexpr ScaledOperation kReal = kMul, kComplex = kMulComplex;
 };
 
-template <class T>
-constexpr bool kIsComplex = Components<T>::count == 2;
 template <class Op, class T>
 constexpr ScaledOperation kOperation = kIsComplex<T> ? Op::kComplex : Op::kReal;
 
@@ -111,62 +107,24 @@ bool sharesRows(ScaleRoute route, ZopImageSize samples) {
   return !gated || (is8u ? gate8u(samples) : gate16s(samples));
 }
 
-// A layout of complex pixels, as the real samples a row sees.
-template <class Layout, class T>
-struct RealLayout {
-  static constexpr int channels = Layout::channels * Components<T>::count;
-  static constexpr int colours = Layout::colours * Components<T>::count;
-};
-template <class Layout, class T>
-constexpr Pattern<typename Components<T>::Real> kWritten = writtenSamples<
-    typename Components<T>::Real, RealLayout<Layout, T>::channels, RealLayout<Layout, T>::colours>();
-
-template <class Layout, class T>
-void setZero(Image<T> out, ZopImageSize size) {
-  using Real = typename Components<T>::Real;
-  constexpr Real zero[RealLayout<Layout, T>::channels] = {};
-  if constexpr (std::is_same_v<Layout, AC4>) {
-    setColours(zero, out.template as<Real>(), size);
-  } else {
-    setPixels<RealLayout<Layout, T>>(zero, out.template as<Real>(), size);
-  }
+template <class T, bool kTruncates>
+Step stepOf(int scaleFactor) {
+  return kTruncates ? truncatingStep<T>(scaleFactor) : roundingStep<T>(scaleFactor);
 }
 
 template <class Op, class Layout, Form kForm, class T>
 ZopStatus withImage(Image<const T> a, std::type_identity_t<Image<const T>> b, Image<T> out, ZopImageSize size,
                     int scaleFactor) {
-  using Real = typename Components<T>::Real;
   constexpr ScaledOperation operation = kOperation<Op, T>;
-  constexpr bool keepsAlpha = std::is_same_v<Layout, AC4>;
-  constexpr bool truncates = keepsAlpha && kIsComplex<T>;
-
-  const Extent e = extent(size, RealLayout<Layout, T>::channels);
-  const Image<const Real> first = a.template as<Real>(), second = b.template as<Real>();
-  const Image<Real> result = out.template as<Real>();
-  if (!truncates && scaleFactor > kZeroAbove<Real>[operation]) {
-    setZero<Layout>(out, size);
-    return zopStatusOk;
+  constexpr bool truncates = kIsComplex<T> && std::is_same_v<Layout, AC4>;
+  if constexpr (!truncates) {
+    if (scaleFactor > kZeroAbove<Real<T>>[operation]) return setZero<Layout>(out, size);
   }
-  const Step step = truncates ? truncatingStep<Real>(scaleFactor) : roundingStep<Real>(scaleFactor);
-  const ScaledRow<Real>& rows = scaledTable().of<Real>().rows[operation][step.route];
-
-  if constexpr (keepsAlpha) {
-    walkSerial(
-        e,
-        [&](Image<const Real> p, Image<const Real> q, Image<Real> r, Extent band) {
-          rows.imageKeeping(p, q, r, band, step.shift, kWritten<Layout, T>);
-        },
-        first, second, result);
-  } else {
-    const bool parallel = !kIsComplex<T> && sharesRows<T, operation, false, kForm>(
-                                                step.route, {static_cast<int>(e.length), size.height});
-    walkRows(
-        parallel, e,
-        [&](Image<const Real> p, Image<const Real> q, Image<Real> r, Extent band) {
-          rows.image(p, q, r, band, step.shift);
-        },
-        first, second, result);
-  }
+  const Step step = stepOf<Real<T>, truncates>(scaleFactor);
+  const ZopImageSize samples = {static_cast<int>(realExtent<Layout, T>(size).length), size.height};
+  const bool parallel = !kIsComplex<T> && sharesRows<T, operation, false, kForm>(step.route, samples);
+  const auto& rows = scaledTable().of<Real<T>>().rows[operation][step.route];
+  mapImages<Layout>(parallel, rows, a, b, out, size, step.shift);
   return zopStatusOk;
 }
 
@@ -181,76 +139,37 @@ bool shortCut(std::type_identity_t<Image<const T>> source, T value, Image<T> out
     return true;
   }
   if (multiplies && value == 0) {
-    setPixels<C1>(T{0}, out, size);
+    setZero<C1>(out, size);
     return true;
   }
   // Every 8-bit sum is positive here.
   if (std::is_same_v<Op, Add> && std::is_same_v<T, Zop8u> && scaleFactor <= -8 && value != 0) {
-    setPixels<C1>(std::numeric_limits<T>::max(), out, size);
+    constexpr T highest = std::numeric_limits<T>::max();
+    setPixels<C1>(&highest, out, size);
     return true;
   }
   return false;
 }
 
 template <class Op, class Layout, Form kForm, class T>
-ZopStatus withPattern(std::type_identity_t<Image<const T>> source,
-                      const Pattern<typename Components<T>::Real>& constant, Image<T> out, ZopImageSize size,
-                      int scaleFactor) {
-  using Real = typename Components<T>::Real;
-  constexpr ScaledOperation operation = kOperation<Op, T>;
-  constexpr bool keepsAlpha = std::is_same_v<Layout, AC4>;
-  constexpr bool truncates = kIsComplex<T> && !std::is_same_v<Layout, C1>;
-
-  if (!truncates && scaleFactor > kZeroAbove<Real>[operation]) {
-    setZero<Layout>(out, size);
-    return zopStatusOk;
-  }
-  const Step step = truncates ? truncatingStep<Real>(scaleFactor) : roundingStep<Real>(scaleFactor);
-  const ScaledRow<Real>& rows = scaledTable().of<Real>().rows[operation][step.route];
-  const Extent e = extent(size, RealLayout<Layout, T>::channels);
-  const Image<const Real> operand = source.template as<Real>();
-  const Image<Real> result = out.template as<Real>();
-
-  if constexpr (keepsAlpha) {
-    walkSerial(
-        e,
-        [&](Image<const Real> p, Image<Real> r, Extent band) {
-          rows.constantKeeping(constant, p, r, band, step.shift, kWritten<Layout, T>);
-        },
-        operand, result);
-  } else {
-    const bool parallel =
-        !kIsComplex<T> &&
-        (std::is_same_v<Layout, C3> ||
-         (std::is_same_v<Layout, C1> && sharesRows<T, operation, true, kForm>(step.route, size)));
-    walkRows(
-        parallel, e,
-        [&](Image<const Real> p, Image<Real> r, Extent band) {
-          rows.constant(constant, p, r, band, step.shift);
-        },
-        operand, result);
-  }
-  return zopStatusOk;
-}
-
-template <class Layout, class T>
-Pattern<typename Components<T>::Real> componentPattern(const T* values) {
-  return patternOf<RealLayout<Layout, T>>(reinterpret_cast<const typename Components<T>::Real*>(values));
-}
-
-template <class Op, class Layout, Form kForm, class T>
-ZopStatus withConstant(std::type_identity_t<Image<const T>> source, T value, Image<T> out, ZopImageSize size,
-                       int scaleFactor) {
-  if constexpr (!kIsComplex<T>) {
-    if (shortCut<Op, kForm>(source, value, out, size, scaleFactor)) return zopStatusOk;
-  }
-  return withPattern<Op, Layout, kForm>(source, componentPattern<C1>(&value), out, size, scaleFactor);
-}
-
-template <class Op, class Layout, Form kForm, class T>
 ZopStatus withConstant(std::type_identity_t<Image<const T>> source, const T* values, Image<T> out,
                        ZopImageSize size, int scaleFactor) {
-  return withPattern<Op, Layout, kForm>(source, componentPattern<Layout>(values), out, size, scaleFactor);
+  constexpr ScaledOperation operation = kOperation<Op, T>;
+  constexpr bool truncates = kIsComplex<T> && !std::is_same_v<Layout, C1>;
+  if constexpr (!kIsComplex<T> && std::is_same_v<Layout, C1>) {
+    if (shortCut<Op, kForm>(source, *values, out, size, scaleFactor)) return zopStatusOk;
+  }
+  if constexpr (!truncates) {
+    if (scaleFactor > kZeroAbove<Real<T>>[operation]) return setZero<Layout>(out, size);
+  }
+  const Step step = stepOf<Real<T>, truncates>(scaleFactor);
+  const bool parallel =
+      !kIsComplex<T> &&
+      (std::is_same_v<Layout, C3> ||
+       (std::is_same_v<Layout, C1> && sharesRows<T, operation, true, kForm>(step.route, size)));
+  const auto& rows = scaledTable().of<Real<T>>().rows[operation][step.route];
+  mapConstant<Layout>(parallel, rows, values, source, out, size, step.shift);
+  return zopStatusOk;
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include "hwy/highway.h"
 
 #include "core/lanes-inl.h"
-#include "core/row_shapes-inl.h"
+#include "core/pixelwise-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zopi {
@@ -185,56 +185,25 @@ struct Scaled {
   }
 };
 
-template <class Op, class T>
-void imageRows(Image<const T> a, Image<const T> b, Image<T> out, Extent e, int shift) {
-  mapRows(Tag<T>(), Op{shift}, out, e, ImageOperand<Tag<T>>{a}, ImageOperand<Tag<T>>{b});
-}
-
-template <class Op, class T>
-void imageRowsKeeping(Image<const T> a, Image<const T> b, Image<T> out, Extent e, int shift,
-                      const Pattern<T>& written) {
-  mapRows(Tag<T>(), Keeping<Op>{{shift}}, out, unstreamed(e), ImageOperand<Tag<T>>{out},
-          PatternOperand<Tag<T>>(written), ImageOperand<Tag<T>>{a}, ImageOperand<Tag<T>>{b});
-}
-
-template <class Op, class T>
-void constantRows(const Pattern<T>& a, Image<const T> b, Image<T> out, Extent e, int shift) {
-  mapRows(Tag<T>(), Op{shift}, out, e, PatternOperand<Tag<T>>(a), ImageOperand<Tag<T>>{b});
-}
-
-template <class Op, class T>
-void constantRowsKeeping(const Pattern<T>& a, Image<const T> b, Image<T> out, Extent e, int shift,
-                         const Pattern<T>& written) {
-  mapRows(Tag<T>(), Keeping<Op>{{shift}}, out, unstreamed(e), ImageOperand<Tag<T>>{out},
-          PatternOperand<Tag<T>>(written), PatternOperand<Tag<T>>(a), ImageOperand<Tag<T>>{b});
-}
-
 // Which rows an operation on samples of type T has.
 template <class Op, class T>
-constexpr void fill(ScaledRow<T> (&rows)[kScaleRoutes]) {
+constexpr void fill(BinaryRow<T, int> (&rows)[kScaleRoutes]) {
   constexpr bool kComplexOnly = sizeof(T) == 4 || std::is_same_v<Op, MulComplex>;
   constexpr bool kComplex = sizeof(T) > 1 && !std::is_same_v<Op, Mul>;
-  using Saturate = Scaled<Op, kSaturate>;
   using Halve = Scaled<Op, Op::template kHalves<T> ? kHalve : kRound>;
-  using Round = Scaled<Op, kRound>;
-  using Lift = Scaled<Op, kLift>;
-  rows[kSaturate] = {imageRows<Saturate, T>, nullptr, constantRows<Saturate, T>, nullptr};
-  rows[kHalve] = {imageRows<Halve, T>, nullptr, constantRows<Halve, T>, nullptr};
-  rows[kRound] = {imageRows<Round, T>, nullptr, constantRows<Round, T>, nullptr};
-  rows[kLift] = {imageRows<Lift, T>, imageRowsKeeping<Lift, T>, constantRows<Lift, T>,
-                 constantRowsKeeping<Lift, T>};
-  if constexpr (!kComplexOnly) {
-    rows[kSaturate].imageKeeping = imageRowsKeeping<Saturate, T>;
-    rows[kSaturate].constantKeeping = constantRowsKeeping<Saturate, T>;
-    rows[kHalve].imageKeeping = imageRowsKeeping<Halve, T>;
-    rows[kHalve].constantKeeping = constantRowsKeeping<Halve, T>;
-    rows[kRound].imageKeeping = imageRowsKeeping<Round, T>;
-    rows[kRound].constantKeeping = constantRowsKeeping<Round, T>;
+  rows[kLift] = binaryRows<Scaled<Op, kLift>, T, int>();
+  if constexpr (kComplexOnly) {
+    rows[kSaturate] = binaryRowsWithoutKeeping<Scaled<Op, kSaturate>, T, int>();
+    rows[kHalve] = binaryRowsWithoutKeeping<Halve, T, int>();
+    rows[kRound] = binaryRowsWithoutKeeping<Scaled<Op, kRound>, T, int>();
+  } else {
+    rows[kSaturate] = binaryRows<Scaled<Op, kSaturate>, T, int>();
+    rows[kHalve] = binaryRows<Halve, T, int>();
+    rows[kRound] = binaryRows<Scaled<Op, kRound>, T, int>();
   }
   if constexpr (kComplex) {
-    using Truncate = Scaled<Op, kTruncate>;
-    rows[kTruncate] = {nullptr, imageRowsKeeping<Truncate, T>, constantRows<Truncate, T>,
-                       constantRowsKeeping<Truncate, T>};
+    rows[kTruncate] = binaryRows<Scaled<Op, kTruncate>, T, int>();
+    rows[kTruncate].image = nullptr;
   }
 }
 

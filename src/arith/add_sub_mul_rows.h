@@ -1,8 +1,7 @@
 // Rows of scaled sums, differences and products.
 #pragma once
 
-#include "core/image.h"
-#include "core/pattern.h"
+#include "core/pixelwise.h"
 #include "core/row_table.h"
 
 namespace zopi {
@@ -16,22 +15,10 @@ enum ScaledOperation { kAdd, kSub, kMul, kMulComplex, kScaledOperations };
 // and each saturates at the end.
 enum ScaleRoute { kSaturate, kHalve, kRound, kLift, kTruncate, kScaleRoutes };
 
-// The rows of one operation and route. The written samples of the keeping ones are all ones, those that keep
-// their values are 0. A difference is b - a. Complex products take rows of real and imaginary parts in turn.
-template <class T>
-struct ScaledRow {
-  void (*image)(Image<const T> a, Image<const T> b, Image<T> out, Extent e, int shift);
-  void (*imageKeeping)(Image<const T> a, Image<const T> b, Image<T> out, Extent e, int shift,
-                       const Pattern<T>& written);
-  void (*constant)(const Pattern<T>& a, Image<const T> b, Image<T> out, Extent e, int shift);
-  void (*constantKeeping)(const Pattern<T>& a, Image<const T> b, Image<T> out, Extent e, int shift,
-                          const Pattern<T>& written);
-};
-
-// What no plan asks for is null: complex and truncated 8u, real products of 32s.
+// A difference is b - a. What no plan asks for is null: complex and truncated 8u, real products of 32s.
 template <class T>
 struct ScaledRows {
-  ScaledRow<T> rows[kScaledOperations][kScaleRoutes];
+  BinaryRow<T, int> rows[kScaledOperations][kScaleRoutes];  // the parameter is the shift
 };
 
 using ScaledTable = RowTable<ScaledRows, Zop8u, Zop16s, Zop32s>;

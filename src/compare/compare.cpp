@@ -63,11 +63,6 @@ ZopStatus withConstant(Image<const Zop32f> a, const Zop32f* values, Image<Zop8u>
   return testConstant<Layout>(kNear, a, values, dst, size, eps);
 }
 
-template <class Layout, class T, class How>
-ZopStatus withConstant(Image<const T> a, T value, Image<Zop8u> dst, ZopImageSize size, How how) {
-  return withConstant<Layout>(a, &value, dst, size, how);
-}
-
 }  // namespace
 }  // namespace zopi
 

@@ -56,17 +56,11 @@ struct Exchanged {
 // The lanes where a and b are farther apart than a distance, in double precision.
 template <class D, class V>
 HWY_NOINLINE hn::Mask<D> fartherInDouble(D d, V a, V b, Zop32f distance) {
-  const hn::Half<D> dh;
-  const hn::Repartition<double, D> dw;
-  const hn::Repartition<int32_t, D> d32;
-  const auto limit = hn::Set(dw, double{distance});
-  const auto farther = [&](auto x, auto y) HWY_ATTR {
-    const auto difference = hn::Sub(hn::PromoteTo(dw, x), hn::PromoteTo(dw, y));
-    return hn::BitCast(d32, hn::VecFromMask(dw, hn::Gt(hn::Abs(difference), limit)));
+  const auto farther = [distance](auto dd, auto x, auto y) HWY_ATTR {
+    const auto isFarther = hn::Gt(hn::Abs(hn::Sub(x, y)), hn::Set(dd, double{distance}));
+    return hn::IfThenElseZero(isFarther, hn::Set(dd, 1.0));
   };
-  const auto low = farther(hn::LowerHalf(dh, a), hn::LowerHalf(dh, b));
-  const auto high = farther(hn::UpperHalf(dh, a), hn::UpperHalf(dh, b));
-  return hn::MaskFromVec(hn::BitCast(d, hn::ConcatEven(d32, high, low)));
+  return hn::Gt(inDoubles(d, farther, a, b), hn::Zero(d));
 }
 
 // Not farther apart than a distance, in double precision. Single precision knows the answer but where the

@@ -31,22 +31,21 @@ ZopStatus checkThresholds(const T* lower, const T* upper) {
   return zopStatusOk;
 }
 
-template <class Layout, class T>
-ChannelLevel<T> level(const T* threshold, const T* value) {
-  return {patternOf<Layout>(threshold), patternOf<Layout>(value)};
-}
-
-template <class Layout, class T>
-UniformLevel<T> level(T threshold, T value) {
-  return {threshold, value};
-}
-
 // Floats of one channel are ordered by their bits: as signed integers, and in reverse as unsigned ones where
 // the threshold is negative. Turning all bits but the sign makes the second order of the first.
-template <class Layout>
-UniformLevel<Zop32s> level(Zop32f threshold, Zop32f value) {
+UniformLevel<Zop32s> levelOfBits(Zop32f threshold, Zop32f value) {
   const Zop32s turn = threshold < 0 ? INT32_MAX : 0;
   return {std::bit_cast<Zop32s>(threshold) ^ turn, std::bit_cast<Zop32s>(value), turn};
+}
+
+template <class Layout, class T>
+auto level(const T* threshold, const T* value) {
+  if constexpr (!std::is_same_v<Layout, C1>)
+    return ChannelLevel<T>{patternOf<Layout>(threshold), patternOf<Layout>(value)};
+  else if constexpr (std::is_same_v<T, Zop32f>)
+    return levelOfBits(*threshold, *value);
+  else
+    return UniformLevel<T>{*threshold, *value};
 }
 
 template <class T>
@@ -84,19 +83,19 @@ ZopStatus replace(Beyond beyond, const Level<Ordered>* levels, Image<const T> sr
   return zopStatusOk;
 }
 
-// The constants are samples, or arrays of them.
-template <class Layout, class T, class Constant>
-ZopStatus replaceBeyond(Image<const T> src, Image<T> dst, ZopImageSize size, Constant threshold,
-                        Constant value, int cmpOp) {
+template <class Layout, class T>
+ZopStatus replaceBeyond(std::type_identity_t<Image<const T>> src, Image<T> dst, ZopImageSize size,
+                        const T* threshold, const T* value, int cmpOp) {
   const auto only = level<Layout>(threshold, value);
   return replace<Layout>(cmpOp == zopCmpGreater ? kAbove : kBelow, &only, src, dst, size);
 }
 
-template <class Layout, class T, class Constant>
-ZopStatus replaceOutside(Image<const T> src, Image<T> dst, ZopImageSize size, Constant lowerThreshold,
-                         Constant lowerValue, Constant upperThreshold, Constant upperValue) {
-  const auto upper = level<Layout>(upperThreshold, upperValue);
-  const std::remove_const_t<decltype(upper)> levels[] = {upper, level<Layout>(lowerThreshold, lowerValue)};
+template <class Layout, class T>
+ZopStatus replaceOutside(std::type_identity_t<Image<const T>> src, Image<T> dst, ZopImageSize size,
+                         const T* lowerThreshold, const T* lowerValue, const T* upperThreshold,
+                         const T* upperValue) {
+  const decltype(level<Layout>(upperThreshold, upperValue)) levels[] = {
+      level<Layout>(upperThreshold, upperValue), level<Layout>(lowerThreshold, lowerValue)};
   return replace<Layout>(kOutside, levels, src, dst, size);
 }
 

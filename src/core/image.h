@@ -119,5 +119,9 @@ struct Components<Zop32fc> {
   using Real = Zop32f;
   static constexpr int count = 2;
 };
+template <class T>
+using Real = typename Components<T>::Real;
+template <class T>
+inline constexpr bool kIsComplex = Components<T>::count == 2;
 
 }  // namespace zopi

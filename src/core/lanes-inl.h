@@ -55,9 +55,13 @@ HWY_INLINE Wide<WideTag<D>> widen(D d, V v) {
     const auto one = hn::Set(d, 1);
     return {hn::MulEven(v, one), hn::MulEven(oddAsEven(d, v), one)};
   } else {
-    constexpr int kBits = 8 * sizeof(hn::TFromD<D>);
+    using T = hn::TFromD<D>;
+    constexpr int kBits = 8 * sizeof(T);
     const auto w = hn::BitCast(dw, v);
-    return {hn::ShiftRight<kBits>(hn::ShiftLeft<kBits>(w)), hn::ShiftRight<kBits>(w)};
+    if constexpr (std::is_unsigned_v<T>)
+      return {hn::And(w, hn::Set(dw, std::numeric_limits<T>::max())), hn::ShiftRight<kBits>(w)};
+    else
+      return {hn::ShiftRight<kBits>(hn::ShiftLeft<kBits>(w)), hn::ShiftRight<kBits>(w)};
   }
 }
 
@@ -88,6 +92,57 @@ HWY_INLINE hn::Vec<D> narrow(D d, Wide<W> v) {
 template <class W, class F>
 HWY_INLINE Wide<W> each(Wide<W> v, const F& f) {
   return {f(W(), v.even), f(W(), v.odd)};
+}
+
+// Samples of any type as floating-point lanes.
+template <class D, class V>
+HWY_INLINE hn::Vec<D> toReal(D d, V v) {
+  using T = hn::TFromV<V>;
+  using Real = hn::TFromD<D>;
+  if constexpr (sizeof(T) < 4)
+    return toReal(d, hn::PromoteTo(hn::Rebind<int32_t, D>(), v));
+  else if constexpr (sizeof(T) < sizeof(Real))
+    return hn::PromoteTo(d, v);
+  else if constexpr (hwy::IsFloat<T>())
+    return v;
+  else
+    return hn::ConvertTo(d, v);
+}
+
+// Floating-point lanes as samples: rounded to a narrower floating-point type, truncated to an integer one.
+// The values must be in its range.
+template <class DT, class V>
+HWY_INLINE hn::Vec<DT> fromReal(DT dt, V v) {
+  using T = hn::TFromD<DT>;
+  using Real = hn::TFromV<V>;
+  if constexpr (sizeof(T) < 4)
+    return hn::DemoteTo(dt, fromReal(hn::Rebind<int32_t, DT>(), v));
+  else if constexpr (sizeof(T) < sizeof(Real))
+    return hn::DemoteTo(dt, v);
+  else if constexpr (hwy::IsFloat<T>())
+    return v;
+  else
+    return hn::ConvertTo(dt, v);
+}
+
+// Whole numbers as samples of T, held to its range.
+template <class T, class D, class V>
+HWY_INLINE hn::Vec<hn::Rebind<T, D>> saturated(D d, V v) {
+  using Limits = std::numeric_limits<T>;
+  using Real = hn::TFromD<D>;
+  const auto held = hn::Min(hn::Max(v, hn::Set(d, Real{Limits::min()})), hn::Set(d, Real{Limits::max()}));
+  return fromReal(hn::Rebind<T, D>(), held);
+}
+
+// f of 32-bit lanes in double precision, half a vector at a time. What f gives back is rounded to float
+// lanes, or truncated to integer ones.
+template <class D, class F, class... V>
+HWY_INLINE hn::Vec<D> inDoubles(D d, const F& f, V... v) {
+  const hn::Half<D> dh;
+  const hn::Repartition<double, D> dd;
+  const auto low = f(dd, hn::PromoteTo(dd, hn::LowerHalf(dh, v))...);
+  const auto high = f(dd, hn::PromoteTo(dd, hn::UpperHalf(dh, v))...);
+  return hn::Combine(d, hn::DemoteTo(dh, high), hn::DemoteTo(dh, low));
 }
 
 // v / 2^shift, rounded to nearest with ties to even, for shift >= 1 and any v: one above the floor if the

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <bit>
+#include <cstdint>
 #include <cstring>
 #include <type_traits>
 
@@ -36,18 +37,18 @@ Pattern<T> patternOf(const T* values) {
 }
 
 template <class T>
-constexpr T allBits() {
-  if constexpr (std::is_same_v<T, Zop32f>)
-    return std::bit_cast<T>(~Zop32s{0});
+constexpr T allOnes() {
+  if constexpr (std::is_floating_point_v<T>)
+    return std::bit_cast<T>(std::int32_t{-1});
   else
-    return static_cast<T>(~T{0});
+    return static_cast<T>(-1);
 }
 
 // All bits set in the samples of a pixel that a function may change.
 template <class T, int Channels, int Colours>
 constexpr Pattern<T> writtenSamples() {
   T pixel[Channels] = {};
-  for (int c = 0; c < Colours; ++c) pixel[c] = allBits<T>();
+  for (int c = 0; c < Colours; ++c) pixel[c] = allOnes<T>();
   return repeat(pixel, Channels);
 }
 

@@ -83,7 +83,7 @@ struct AllChannels<C4> : AllFourChannels<0> {};
 template <>
 struct AllChannels<AC4> : AllFourChannels<0xff000000> {};
 
-// What a test compares. `at(d, i, k)` is the vector at sample i, the k-th from the start of a pixel. `move`
+// What a test compares. `at(i, k)` is the vector at sample i, the k-th from the start of a pixel. `move`
 // puts n samples from i on into a block, to be found from 0 on.
 template <class D>
 struct ComparedImage : ImageOperand<D> {
@@ -98,9 +98,9 @@ template <class D>
 struct ComparedConstant {
   typename PatternOperand<D>::Held vectors;
   HWY_INLINE explicit ComparedConstant(const Pattern<hn::TFromD<D>>& pattern)
-      : vectors(PatternOperand<D>(pattern).held(D())) {}
+      : vectors(PatternOperand<D>(pattern).held()) {}
   HWY_INLINE void row(std::ptrdiff_t) {}
-  HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t i, int k) const { return vectors.at(d, i, k % kStep<D>); }
+  HWY_INLINE hn::Vec<D> at(std::ptrdiff_t i, int k) const { return vectors.at(i, k % kStep<D>); }
   HWY_INLINE void move(std::ptrdiff_t, std::ptrdiff_t, hn::TFromD<D>*) {}
 };
 
@@ -122,13 +122,14 @@ struct PixelTest {
   }
   HWY_INLINE void begin(std::ptrdiff_t) {}
   HWY_INLINE void advance() {}
-  HWY_INLINE const PixelTest& held(Bytes) const { return *this; }
+  HWY_INLINE const PixelTest& held() const { return *this; }
 
-  HWY_INLINE hn::Vec<Bytes> at(Bytes, std::ptrdiff_t i, int) const {
+  HWY_INLINE hn::Vec<Bytes> at(std::ptrdiff_t i, int) const {
     return pixels(i * Layout::channels, std::make_integer_sequence<int, Layout::channels>());
   }
   // Whole vectors and parts share the code of a test, which is long.
-  HWY_INLINE hn::Vec<Bytes> edge(Bytes d, std::ptrdiff_t i, std::ptrdiff_t n) const {
+  template <bool kRepeat = false>
+  HWY_INLINE hn::Vec<Bytes> edge(std::ptrdiff_t i, std::ptrdiff_t n) const {
     PixelTest here = *this;
     HWY_ALIGN T blocks[2][kLanes<Bytes> * Layout::channels];
     if (HWY_UNLIKELY(n < kLanes<Bytes>)) {
@@ -137,7 +138,7 @@ struct PixelTest {
       here.b.move(i * Layout::channels, n * Layout::channels, blocks[1]);
       i = 0;
     }
-    return here.at(d, i, 0);
+    return here.at(i, 0);
   }
 
  private:
@@ -150,8 +151,7 @@ struct PixelTest {
     return asBytes(D(), passes(i, kFirst + K)...);
   }
   HWY_INLINE hn::Mask<D> passes(std::ptrdiff_t i, int k) const {
-    const D d;
-    return test(d, a.at(d, i + k * N, k), b.at(d, i + k * N, k));
+    return test(D(), a.at(i + k * N, k), b.at(i + k * N, k));
   }
 };
 

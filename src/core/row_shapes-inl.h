@@ -33,7 +33,9 @@ template <class D>
 inline constexpr int kStep = kLanes<D> % 8 == 0 ? 3 : kPatternSamples / static_cast<int>(kLanes<D>);
 
 // What an operation may say of itself: how many samples belong together (a complex sample is two), so that no
-// vector may part them; and that it is so short that a loop gains from long steps.
+// vector may part them; that it is so short that a loop gains from long steps; that it watches the samples it
+// is given, so that no vector may hold anything else; and the type of its lanes, if that is not the samples'
+// type.
 template <class Op>
 constexpr int groupOf() {
   if constexpr (requires { Op::kGroup; })
@@ -49,21 +51,60 @@ constexpr bool isShort() {
     return false;
 }
 
-// A whole vector, into the caches or past them to an aligned address.
+template <class Op>
+constexpr bool watches() {
+  return requires(const Op op) { op.report(); };
+}
+template <class Op, class T>
+struct LaneOf {
+  using Type = T;
+};
+template <class Op, class T>
+requires requires { typename Op::Lane; }
+struct LaneOf<Op, T> {
+  using Type = typename Op::Lane;
+};
+template <class Op, class T>
+using LaneTag = Tag<typename LaneOf<Op, T>::Type>;
+
+// For operations that watch: whether a lane was ever as it says.
+template <class L>
+struct Watch {
+  bool* met;
+  mutable hn::Vec<Tag<L>> seen;
+
+  HWY_INLINE Watch(bool* out) : met(out), seen(hn::Zero(Tag<L>())) {}
+  HWY_INLINE void see(hn::Mask<Tag<L>> mask) const {
+    seen = hn::IfThenElse(mask, hn::Set(Tag<L>(), 1), seen);
+  }
+  HWY_INLINE void report() const {
+    if (!hn::AllTrue(Tag<L>(), hn::Eq(seen, hn::Zero(Tag<L>())))) *met = true;
+  }
+};
+
+// As many samples as D has lanes, in memory.
+template <class T, class D>
+using SamplesOf = hn::Rebind<T, D>;
+
+// A whole vector, into the caches or past them to an aligned address. Parts of a vector never go past.
 template <bool kStream, class D, class V>
 HWY_INLINE void store(D d, V v, hn::TFromD<D>* out) {
-  if constexpr (kStream)
+  if constexpr (kStream && hn::MaxLanes(D()) * sizeof(*out) >= 16)
     hn::Stream(v, d, out);
   else
     hn::StoreU(v, d, out);
 }
 
-// The first n samples from an address on, and zeros.
-template <class D>
+// The first n samples from an address on, and zeros; or, if they are watched, the same samples again. As n is
+// then the length of a row, pixels follow each other.
+template <bool kRepeat = false, class D>
 HWY_INLINE hn::Vec<D> loadPart(D d, const hn::TFromD<D>* from, std::ptrdiff_t n) {
   if (HWY_LIKELY(n == kLanes<D>)) return hn::LoadU(d, from);
   HWY_ALIGN hn::TFromD<D> block[kLanes<D>] = {};
   std::memcpy(block, from, n * sizeof block[0]);
+  if constexpr (kRepeat) {
+    for (std::ptrdiff_t i = n; i < kLanes<D>; ++i) block[i] = block[i - n];
+  }
   return hn::Load(d, block);
 }
 
@@ -76,9 +117,10 @@ HWY_INLINE void storePart(D d, V v, hn::TFromD<D>* out, std::ptrdiff_t n) {
   std::memcpy(out, block, n * sizeof block[0]);
 }
 
-// Operands of a map. `at(d, i, k)` is the vector at sample i, k vectors behind the place that `begin` and
-// `advance` have reached. `edge(d, i, n)` is the vector of n samples at any sample i. `held` is the operand
-// for a loop of long steps.
+// Operands of a map. `at(i, k)` is the vector at sample i, k vectors behind the place that `begin` and
+// `advance` have reached. `edge<kRepeat>(i, n)` is the vector of n samples at any sample i. `held` is the
+// operand for a loop of long steps. D is
+// the tag of its vectors, whose samples may be narrower than the lanes that an operation works in.
 template <class D>
 struct ImageOperand {
   using T = hn::TFromD<D>;
@@ -88,10 +130,11 @@ struct ImageOperand {
   HWY_INLINE void row(std::ptrdiff_t y) { samples = image.row(y); }
   HWY_INLINE void begin(std::ptrdiff_t) {}
   HWY_INLINE void advance() {}
-  HWY_INLINE const ImageOperand& held(D) const { return *this; }
-  HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t i, int) const { return hn::LoadU(d, samples + i); }
-  HWY_INLINE hn::Vec<D> edge(D d, std::ptrdiff_t i, std::ptrdiff_t n) const {
-    return loadPart(d, samples + i, n);
+  HWY_INLINE const ImageOperand& held() const { return *this; }
+  HWY_INLINE hn::Vec<D> at(std::ptrdiff_t i, int) const { return hn::LoadU(D(), samples + i); }
+  template <bool kRepeat = false>
+  HWY_INLINE hn::Vec<D> edge(std::ptrdiff_t i, std::ptrdiff_t n) const {
+    return loadPart<kRepeat>(D(), samples + i, n);
   }
   template <int Count>
   HWY_INLINE void copy(std::ptrdiff_t i, T* out) const {
@@ -102,19 +145,20 @@ struct ImageOperand {
 // A mask of one byte a sample, in lanes of the samples' width.
 template <class D>
 struct MaskOperand {
-  using D8 = hn::Rebind<uint8_t, D>;
+  using D8 = SamplesOf<uint8_t, D>;
   Image<const Zop8u> mask;
   const Zop8u* bytes = nullptr;
 
   HWY_INLINE void row(std::ptrdiff_t y) { bytes = mask.row(y); }
   HWY_INLINE void begin(std::ptrdiff_t) {}
   HWY_INLINE void advance() {}
-  HWY_INLINE const MaskOperand& held(D) const { return *this; }
-  HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t i, int) const {
-    return promoteBytes(d, hn::LoadU(D8(), bytes + i));
+  HWY_INLINE const MaskOperand& held() const { return *this; }
+  HWY_INLINE hn::Vec<D> at(std::ptrdiff_t i, int) const {
+    return promoteBytes(D(), hn::LoadU(D8(), bytes + i));
   }
-  HWY_INLINE hn::Vec<D> edge(D d, std::ptrdiff_t i, std::ptrdiff_t n) const {
-    return promoteBytes(d, loadPart(D8(), bytes + i, n));
+  template <bool kRepeat = false>
+  HWY_INLINE hn::Vec<D> edge(std::ptrdiff_t i, std::ptrdiff_t n) const {
+    return promoteBytes(D(), loadPart(D8(), bytes + i, n));
   }
 };
 
@@ -138,23 +182,24 @@ struct PatternOperand {
     constexpr int kTurn = kLanes<D> % kPatternSamples;
     if constexpr (kTurn > 0) phase += phase < kPatternSamples - kTurn ? kTurn : kTurn - kPatternSamples;
   }
-  HWY_INLINE hn::Vec<D> at(D d, std::ptrdiff_t, int k) const {
-    return hn::LoadU(d, samples + phase + k * kLanes<D>);
+  HWY_INLINE hn::Vec<D> at(std::ptrdiff_t, int k) const {
+    return hn::LoadU(D(), samples + phase + k * kLanes<D>);
   }
 
   // In registers: a store of bytes might change the samples, for all the compiler knows.
   struct Held {
     hn::Vec<D> vectors[kStep<D>];
-    HWY_INLINE hn::Vec<D> at(D, std::ptrdiff_t, int k) const { return vectors[k]; }
+    HWY_INLINE hn::Vec<D> at(std::ptrdiff_t, int k) const { return vectors[k]; }
   };
-  HWY_INLINE Held held(D d) const { return hold(d, std::make_integer_sequence<int, kStep<D>>()); }
+  HWY_INLINE Held held() const { return hold(std::make_integer_sequence<int, kStep<D>>()); }
   template <int... K>
-  HWY_INLINE Held hold(D d, std::integer_sequence<int, K...>) const {
-    return {{at(d, 0, K)...}};
+  HWY_INLINE Held hold(std::integer_sequence<int, K...>) const {
+    return {{at(0, K)...}};
   }
 
-  HWY_INLINE hn::Vec<D> edge(D d, std::ptrdiff_t i, std::ptrdiff_t) const {
-    return hn::LoadU(d, samples + i % kPatternSamples);
+  template <bool kRepeat = false>
+  HWY_INLINE hn::Vec<D> edge(std::ptrdiff_t i, std::ptrdiff_t) const {
+    return hn::LoadU(D(), samples + i % kPatternSamples);
   }
   template <int Count>
   HWY_INLINE void copy(std::ptrdiff_t i, T* out) const {
@@ -172,9 +217,12 @@ struct UniformOperand {
   HWY_INLINE void row(std::ptrdiff_t) {}
   HWY_INLINE void begin(std::ptrdiff_t) {}
   HWY_INLINE void advance() {}
-  HWY_INLINE const UniformOperand& held(D) const { return *this; }
-  HWY_INLINE hn::Vec<D> at(D, std::ptrdiff_t, int) const { return value; }
-  HWY_INLINE hn::Vec<D> edge(D, std::ptrdiff_t, std::ptrdiff_t) const { return value; }
+  HWY_INLINE const UniformOperand& held() const { return *this; }
+  HWY_INLINE hn::Vec<D> at(std::ptrdiff_t, int) const { return value; }
+  template <bool kRepeat = false>
+  HWY_INLINE hn::Vec<D> edge(std::ptrdiff_t, std::ptrdiff_t) const {
+    return value;
+  }
 };
 
 // Samples from `out` up to the first vector boundary, or 0 if a group of samples straddles it.
@@ -193,22 +241,23 @@ HWY_INLINE bool isAligned(D, const hn::TFromD<D>* out) {
 
 // Vectors from sample i on: all are read before the first is stored, which keeps loads from waiting for
 // stores.
-template <class D, class Op, int... K, class... S>
-HWY_INLINE void mapVectors(D d, const Op& op, hn::TFromD<D>* out, bool stream, std::ptrdiff_t i,
+template <class D, class Op, class T, int... K, class... S>
+HWY_INLINE void mapVectors(D d, const Op& op, T* out, bool stream, std::ptrdiff_t i,
                            std::integer_sequence<int, K...>, const S&... s) {
   constexpr std::ptrdiff_t N = kLanes<D>;
-  const auto one = [&](int k) HWY_ATTR { return op(d, s.at(d, i + k * N, k)...); };
-  const hn::Vec<D> results[] = {one(K)...};
+  constexpr SamplesOf<T, D> samples;
+  const auto one = [&](int k) HWY_ATTR { return op(d, s.at(i + k * N, k)...); };
+  const hn::Vec<SamplesOf<T, D>> results[] = {one(K)...};
   if (HWY_UNLIKELY(stream)) {
-    (store<true>(d, results[K], out + i + K * N), ...);
+    (store<true>(samples, results[K], out + i + K * N), ...);
   } else {
-    (store<false>(d, results[K], out + i + K * N), ...);
+    (store<false>(samples, results[K], out + i + K * N), ...);
   }
 }
 
-template <class D, class Op, class... S>
-HWY_INLINE std::ptrdiff_t mapLongSteps(D d, const Op& op, hn::TFromD<D>* out, std::ptrdiff_t i,
-                                       std::ptrdiff_t n, bool stream, const S&... s) {
+template <class D, class Op, class T, class... S>
+HWY_INLINE std::ptrdiff_t mapLongSteps(D d, const Op& op, T* out, std::ptrdiff_t i, std::ptrdiff_t n,
+                                       bool stream, const S&... s) {
   constexpr std::ptrdiff_t kSamples = kStep<D> * kLanes<D>;
   for (; i + kSamples <= n; i += kSamples) {
     mapVectors(d, op, out, stream, i, std::make_integer_sequence<int, kStep<D>>(), s...);
@@ -219,42 +268,44 @@ HWY_INLINE std::ptrdiff_t mapLongSteps(D d, const Op& op, hn::TFromD<D>* out, st
 // One row of a map. The arithmetic stands in the loops, whose stores are aligned, and once more for the
 // vectors at the edges, which overlap those of the loop. In place, the edges must be read before the loop
 // changes their samples and stored after it has read them.
-template <class D, class Op, class... S>
-HWY_INLINE void mapRow(D d, const Op& op, hn::TFromD<D>* out, std::ptrdiff_t n, bool stream, S&... s) {
+template <class D, class Op, class T, class... S>
+HWY_INLINE void mapRow(D d, const Op& op, T* out, std::ptrdiff_t n, bool stream, S&... s) {
   constexpr std::ptrdiff_t N = kLanes<D>;
+  constexpr SamplesOf<T, D> samples;
   const std::ptrdiff_t part = n < N ? n : N;
   // Worth one more vector where there are many.
-  const std::ptrdiff_t head = n >= 4 * N ? toAlignment<groupOf<Op>()>(d, out) : 0;
+  const std::ptrdiff_t head = n >= 4 * N ? toAlignment<groupOf<Op>()>(samples, out) : 0;
   const bool overlap = (n - head) % N != 0;
 
-  hn::Vec<D> first = hn::Zero(d), last = first;
+  hn::Vec<SamplesOf<T, D>> first = hn::Zero(samples), last = first;
   for (int edges = (head > 0) + overlap; edges > 0; --edges) {
     first = last;
-    last = op(d, s.edge(d, edges == 2 || !overlap ? 0 : n - part, part)...);
+    last = op(d, s.template edge<watches<Op>()>(edges == 2 || !overlap ? 0 : n - part, part)...);
   }
 
   std::ptrdiff_t i = head;
-  stream = stream && isAligned(d, out + head);
+  stream = stream && isAligned(samples, out + head);
   (s.begin(i), ...);
-  if constexpr (isShort<Op>()) i = mapLongSteps(d, op, out, i, n, stream, s.held(d)...);
+  if constexpr (isShort<Op>()) i = mapLongSteps(d, op, out, i, n, stream, s.held()...);
   for (; i + N <= n; i += N) {
     mapVectors(d, op, out, stream, i, std::integer_sequence<int, 0>(), s...);
     (s.advance(), ...);
   }
 
-  if (head > 0) hn::StoreU(overlap ? first : last, d, out);
-  if (overlap) storePart(d, last, out + n - part, part);
+  if (head > 0) hn::StoreU(overlap ? first : last, samples, out);
+  if (overlap) storePart(samples, last, out + n - part, part);
 }
 
 // out[i] = op(a[i], b[i] ...) over every row. `out` may equal any operand; where it always does, an extent
 // that does not stream is the faster one.
-template <class D, class Op, class... S>
-HWY_INLINE void mapRows(D d, const Op& op, Image<hn::TFromD<D>> out, Extent e, S&&... s) {
+template <class D, class Op, class T, class... S>
+HWY_INLINE void mapRows(D d, const Op& op, Image<T> out, Extent e, S&&... s) {
   for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
     (s.row(y), ...);
     mapRow(d, op, out.row(y), e.length, e.stream, s...);
   }
   if (e.stream) hwy::FlushStream();
+  if constexpr (watches<Op>()) op.report();
 }
 
 // The operation of copies and fills.
@@ -275,16 +326,23 @@ struct Choose {
   }
 };
 
-// An operation on an image and a pattern that leaves some samples as they were.
+// An operation that leaves some samples as they were. One that watches is given ones there, which are good
+// for any operation.
 template <class Op>
 struct Keeping {
   static constexpr int kGroup = groupOf<Op>();
   static constexpr bool kShort = isShort<Op>();
   Op op;
-  template <class D, class V = hn::Vec<D>, class... Rest>
+  template <class D, class V, class... Rest>
   HWY_INLINE V operator()(D d, V old, V written, Rest... rest) const {
-    return hn::IfVecThenElse(written, op(d, rest...), old);
+    if constexpr (watches<Op>()) {
+      const auto one = hn::Set(hn::DFromV<V>(), 1);
+      return hn::IfVecThenElse(written, op(d, hn::IfVecThenElse(written, rest, one)...), old);
+    } else {
+      return hn::IfVecThenElse(written, op(d, rest...), old);
+    }
   }
+  HWY_INLINE void report() const requires(watches<Op>()) { op.report(); }
 };
 
 // Writes the first `Colours` of every `Channels` samples and leaves the others untouched: nothing is stored
@@ -306,12 +364,12 @@ HWY_INLINE void mapColours(D d, Image<hn::TFromD<D>> out, Extent pixels, S opera
     std::ptrdiff_t i = 0;
     if constexpr (masks) {
       for (; i + N <= n; i += N) {
-        hn::BlendedStore(operand.at(d, i, 0), hn::MaskFromVec(written.at(d, i, 0)), d, to + i);
+        hn::BlendedStore(operand.at(i, 0), hn::MaskFromVec(written.at(i, 0)), d, to + i);
         operand.advance();
         written.advance();
       }
-      const auto rest = hn::And(hn::MaskFromVec(written.edge(d, i, N)), hn::FirstN(d, n - i));
-      if (i < n) hn::BlendedStore(operand.edge(d, i, n - i), rest, d, to + i);
+      const auto rest = hn::And(hn::MaskFromVec(written.edge(i, N)), hn::FirstN(d, n - i));
+      if (i < n) hn::BlendedStore(operand.edge(i, n - i), rest, d, to + i);
     } else {
       for (; i < n; i += Channels) operand.template copy<Colours>(i, to + i);
     }
@@ -336,7 +394,7 @@ HWY_INLINE void mapMasked(D d, Image<hn::TFromD<D>> out, Extent pixels, Image<co
     for (std::ptrdiff_t next = 0; next < n; next += N) {
       // The last pixels overlap those before, for a pixel may be chosen twice.
       const std::ptrdiff_t count = HWY_MIN(N, n), i = HWY_MIN(next, n - count);
-      const auto chosen = hn::VecFromMask(d, hn::Not(hn::Eq(masks.edge(d, i, count), hn::Zero(d))));
+      const auto chosen = hn::VecFromMask(d, hn::Not(hn::Eq(masks.edge(i, count), hn::Zero(d))));
       HWY_ALIGN T channels[Channels * N];
       if constexpr (Channels == 3) hn::StoreInterleaved3(chosen, chosen, chosen, d, channels);
       if constexpr (Channels == 4) {
@@ -344,7 +402,7 @@ HWY_INLINE void mapMasked(D d, Image<hn::TFromD<D>> out, Extent pixels, Image<co
       }
       for (std::ptrdiff_t k = 0; k < Channels * count; k += N) {
         const std::ptrdiff_t at = i * Channels + k, part = HWY_MIN(N, Channels * count - k);
-        const auto value = operand.edge(d, at, part), kept = old.edge(d, at, part);
+        const auto value = operand.edge(at, part), kept = old.edge(at, part);
         storePart(d, hn::IfVecThenElse(hn::Load(d, channels + k), value, kept), to + at, part);
       }
     }

@@ -9,6 +9,7 @@
 
 #include <omp.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -88,6 +89,24 @@ void walkPixels(ZopImageSize size, const Body& body, Image<T, kUnit>... images) 
   walkSerial(
       extent(size),
       [&](Image<T, kUnit>... band, Extent e) { body(band.template as<std::remove_const_t<T>, 1>()..., e); },
+      images...);
+}
+
+// The region in pieces of rows that the innermost cache holds, one after the other: for plans that go over
+// their samples twice.
+template <class Body, class... I>
+void walkPieces(Extent e, const Body& body, I... images) {
+  constexpr std::ptrdiff_t kPiece = 4096;
+  walkSerial(
+      e,
+      [&](I... band, Extent b) {
+        for (int y = 0; y < b.rows; ++y) {
+          for (std::ptrdiff_t x = 0; x < b.length; x += kPiece) {
+            body(I{band.row(y) + x * I::unit, band.step}...,
+                 Extent{std::min(kPiece, b.length - x), 1, b.stream});
+          }
+        }
+      },
       images...);
 }
 

@@ -5,9 +5,9 @@ namespace zopi {
 namespace {
 
 template <class Layout, class T>
-ZopStatus setChannel(T value, Image<T> dst, ZopImageSize size) {
+ZopStatus setChannel(const T* value, Image<T> dst, ZopImageSize size) {
   using Bits = BitsOf<T>;
-  const Pattern<Bits> pattern = bitPattern<C1>(&value);
+  const Pattern<Bits> pattern = bitPattern<C1>(value);
   const auto row = setTable().template of<Bits>().channel[Layout::channels];
   walkPixels(
       size, [&](Image<Bits> to, Extent band) { row(pattern, to, band); },
@@ -25,11 +25,6 @@ ZopStatus setMasked(const T* values, Image<T> dst, ZopImageSize size, Image<cons
       size, [&](Image<Bits> to, Image<const Zop8u> chosen, Extent band) { row(pattern, to, chosen, band); },
       dst.template as<Bits, Layout::channels>(), mask);
   return zopStatusOk;
-}
-
-template <class Layout, class T>
-ZopStatus setMasked(T value, Image<T> dst, ZopImageSize size, Image<const Zop8u> mask) {
-  return setMasked<Layout>(&value, dst, size, mask);
 }
 
 }  // namespace

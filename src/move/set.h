@@ -4,9 +4,7 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "core/image.h"
-#include "core/pattern.h"
-#include "core/walk.h"
+#include "core/pixelwise.h"
 #include "move/set_rows.h"
 #include "zopi/status.h"
 
@@ -33,11 +31,6 @@ ZopStatus setPixels(const T* values, Image<T> dst, ZopImageSize size) {
   return zopStatusOk;
 }
 
-template <class Layout, class T>
-ZopStatus setPixels(T value, Image<T> dst, ZopImageSize size) {
-  return setPixels<Layout>(&value, dst, size);
-}
-
 // The colours of four-channel pixels; alpha is not touched.
 template <class T>
 ZopStatus setColours(const T* values, Image<T> dst, ZopImageSize size) {
@@ -47,6 +40,17 @@ ZopStatus setColours(const T* values, Image<T> dst, ZopImageSize size) {
   walkPixels(
       size, [&](Image<Bits> to, Extent band) { row(pattern, to, band); }, dst.template as<Bits, 4>());
   return zopStatusOk;
+}
+
+// Zero in every sample that a form may change.
+template <class Layout, class T>
+ZopStatus setZero(Image<T> dst, ZopImageSize size) {
+  static_assert(!kIsComplex<T> || Layout::colours == Layout::channels);
+  constexpr Real<T> zero[RealLayout<Layout, T>::channels] = {};
+  if constexpr (Layout::colours < Layout::channels)
+    return setColours(zero, dst.template as<Real<T>>(), size);
+  else
+    return setPixels<RealLayout<Layout, T>>(zero, dst.template as<Real<T>>(), size);
 }
 
 }  // namespace zopi

@@ -257,10 +257,13 @@ void run(const Function& function, const Options& options, const Reference& refe
   }
 }
 
-std::vector<const Function*> functionsOf(const std::string& operation) {
+std::vector<const Function*> functionsOf(const std::string& operation,
+                                         const std::vector<std::string>& types) {
   std::vector<const Function*> result;
   for (const Function& function : registry::functions()) {
-    if (function.operation == operation) result.push_back(&function);
+    const bool ofType =
+        types.empty() || std::find(types.begin(), types.end(), function.sourceType) != types.end();
+    if (function.operation == operation && ofType) result.push_back(&function);
   }
   return result;
 }

@@ -54,6 +54,22 @@ struct Call {
 // What a reference writes where any not-a-number will do.
 Zop32f anyNaN();
 
+// Writes f(a, b) into every sample that a pixelwise function writes. With two images, a is of the second and
+// b of the first; with a constant, b is of the constant; with one image, b is a.
+template <class T, class F>
+void pixelwise(const Call& call, const F& f) {
+  const bool keepsAlpha = std::strcmp(call.function.sourceLayout, "AC4") == 0;
+  for (int y = 0; y < call.size.height; ++y) {
+    for (int x = 0; x < call.size.width; ++x) {
+      for (int c = 0; c < (keepsAlpha ? 3 : call.destination.samples); ++c) {
+        T b = call.sources.front().get<T>(x, y, c);
+        if (!call.constants.empty()) std::memcpy(&b, call.constants[0] + c * sizeof(T), sizeof(T));
+        call.destination.set<T>(x, y, c, f(call.sources.back().get<T>(x, y, c), b));
+      }
+    }
+  }
+}
+
 // Writes what the call must leave behind into `call.destination` and returns the status it must return.
 using Reference = std::function<ZopStatus(const Call& call)>;
 
@@ -81,8 +97,9 @@ std::vector<Shape> shapes(const registry::Function& function);
 void run(const registry::Function& function, const Options& options, const Reference& reference,
          const std::vector<Shape>& shapes);
 
-// All functions of an operation.
-std::vector<const registry::Function*> functionsOf(const std::string& operation);
+// All functions of an operation, or those of them whose sources have one of these sample types.
+std::vector<const registry::Function*> functionsOf(const std::string& operation,
+                                                   const std::vector<std::string>& types = {});
 
 // Runs `body` on every vector target with one thread, then on the best target with teams of 2, 3 and 5.
 void onEveryTargetAndTeam(const std::function<void(bool everyShape)>& body);
