@@ -29,6 +29,8 @@ TYPE_WORDS = {"8u": "8-bit unsigned", "8s": "8-bit signed", "16u": "16-bit unsig
               "32fc": "single-precision complex"}
 CHECKS = {
     "pointer": "@ref zopStatusNullPointer (-8) if a pointer is null",
+    "image": "@ref zopStatusNullPointer (-8) if the pointer to an image is null",
+    "constant": "@ref zopStatusNullPointer (-8) if the pointer to an array of constants is null",
     "width": "@ref zopStatusBadSize (-6) if the width is below 1",
     "size": "@ref zopStatusBadSize (-6) if a width or height is below 1",
     "step": "@ref zopStatusBadStep (-14) if a step is below 1",
@@ -173,15 +175,16 @@ class Function:
 
     def check_calls(self):
         images = [a for a in self.arguments if a.is_image]
-        pointers = [a for a in images if not a.planar]
-        pointers += [a for a in self.arguments if a.kind == "constant" and a.constant_count]
+        constants = [a for a in self.arguments if a.kind == "constant" and a.constant_count]
         lines = []
         for check in self.checks:
-            if check == "pointer":
-                for a in images:
-                    if a.planar:
-                        lines.append(f"checkPlanes<{LAYOUTS[a.layout]}>({a.name})")
-                lines.append(f"checkPointers({', '.join(a.name for a in pointers)})")
+            if check in ("pointer", "image", "constant"):
+                pointers = [a for a in images if not a.planar] if check != "constant" else []
+                pointers += constants if check != "image" else []
+                if check != "constant":
+                    lines += [f"checkPlanes<{LAYOUTS[a.layout]}>({a.name})" for a in images if a.planar]
+                if pointers:
+                    lines.append(f"checkPointers({', '.join(a.name for a in pointers)})")
             elif check == "step":
                 lines.append(f"checkSteps({', '.join(a.step for a in images)})")
             elif check in ("width", "size"):

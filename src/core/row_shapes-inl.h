@@ -208,6 +208,24 @@ struct PatternOperand {
   }
 };
 
+// The same constant for every sample.
+template <class D>
+struct UniformOperand {
+  hn::Vec<D> value;
+
+  HWY_INLINE explicit UniformOperand(hn::TFromD<D> sample) : value(hn::Set(D(), sample)) {}
+
+  HWY_INLINE void row(std::ptrdiff_t) {}
+  HWY_INLINE void begin(std::ptrdiff_t) {}
+  HWY_INLINE void advance() {}
+  HWY_INLINE const UniformOperand& held() const { return *this; }
+  HWY_INLINE hn::Vec<D> at(std::ptrdiff_t, int) const { return value; }
+  template <bool kRepeat = false>
+  HWY_INLINE hn::Vec<D> edge(std::ptrdiff_t, std::ptrdiff_t) const {
+    return value;
+  }
+};
+
 // Samples from `out` up to the first vector boundary, or 0 if a group of samples straddles it.
 template <int Group, class D, class T = hn::TFromD<D>>
 HWY_INLINE std::ptrdiff_t toAlignment(D, const T* out) {
@@ -282,7 +300,7 @@ HWY_INLINE void mapRow(D d, const Op& op, T* out, std::ptrdiff_t n, bool stream,
 // out[i] = op(a[i], b[i] ...) over every row. `out` may equal any operand; where it always does, an extent
 // that does not stream is the faster one.
 template <class D, class Op, class T, class... S>
-HWY_INLINE void mapRows(D d, const Op& op, Image<T> out, Extent e, S... s) {
+HWY_INLINE void mapRows(D d, const Op& op, Image<T> out, Extent e, S&&... s) {
   for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
     (s.row(y), ...);
     mapRow(d, op, out.row(y), e.length, e.stream, s...);
