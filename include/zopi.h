@@ -8,6 +8,7 @@
 #include "zopi/compare.h"
 #include "zopi/core.h"
 #include "zopi/move.h"
+#include "zopi/stats.h"
 #include "zopi/status.h"
 #include "zopi/types.h"
 
