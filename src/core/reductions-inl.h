@@ -31,6 +31,16 @@ constexpr int channelOf(int k, int lane) {
   return (k * static_cast<int>(kLanes<D>) + lane) % kChannels;
 }
 
+// f(k) for every place of a step, with k a constant: a loop would keep accumulators out of registers.
+template <class D, class F, int... K>
+HWY_INLINE void forPlaces(const F& f, std::integer_sequence<int, K...>) {
+  (f(std::integral_constant<int, K>()), ...);
+}
+template <class D, class F>
+HWY_INLINE void forPlaces(const F& f) {
+  forPlaces<D>(f, std::make_integer_sequence<int, kStep<D>>());
+}
+
 // All lanes: a mask that costs nothing.
 struct AllLanes {};
 
@@ -44,31 +54,27 @@ HWY_INLINE V lanesOr(D d, hn::Mask<D> mask, V v, V other) {
   return hn::IfThenElse(mask, v, other);
 }
 
-template <class D, class Op, int... K, class... S>
-HWY_INLINE void takeStep(D, Op& op, std::ptrdiff_t i, std::integer_sequence<int, K...>, const S&... s) {
-  const auto one = [&](auto k) HWY_ATTR {
+template <class D, class Op, class... S>
+HWY_INLINE void takeStep(D, Op& op, std::ptrdiff_t i, const S&... s) {
+  forPlaces<D>([&](auto k) HWY_ATTR {
     op.template take<k.value>(AllLanes(), s.at(i + k.value * kLanes<D>, k.value)...);
-  };
-  (one(std::integral_constant<int, K>()), ...);
+  });
 }
 
 // What is left of a row, as the vectors of a last step.
-template <class D, class Op, int... K, class... S>
-HWY_INLINE void takeRest(D d, Op& op, std::ptrdiff_t i, std::ptrdiff_t n, std::integer_sequence<int, K...>,
-                         const S&... s) {
-  const auto one = [&](auto k) HWY_ATTR {
+template <class D, class Op, class... S>
+HWY_INLINE void takeRest(D d, Op& op, std::ptrdiff_t i, std::ptrdiff_t n, const S&... s) {
+  forPlaces<D>([&](auto k) HWY_ATTR {
     const std::ptrdiff_t left = n - i - k.value * kLanes<D>;
     if (left <= 0) return;
     const std::ptrdiff_t part = left < kLanes<D> ? left : kLanes<D>;
     op.template take<k.value>(hn::FirstN(d, static_cast<std::size_t>(part)),
                               s.edge(i + k.value * kLanes<D>, part)...);
-  };
-  (one(std::integral_constant<int, K>()), ...);
+  });
 }
 
 template <class D, class Op, class... S>
 HWY_INLINE void reduceRows(D d, Op& op, Extent e, S... s) {
-  constexpr std::integer_sequence step = std::make_integer_sequence<int, kStep<D>>();
   constexpr std::ptrdiff_t kSamples = kStep<D> * kLanes<D>;
   std::ptrdiff_t room = Op::kSteps;
   for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
@@ -80,9 +86,9 @@ HWY_INLINE void reduceRows(D d, Op& op, Extent e, S... s) {
       }
       --room;
       if (HWY_LIKELY(i + kSamples <= e.length))
-        takeStep(d, op, i, step, s...);
+        takeStep(d, op, i, s...);
       else
-        takeRest(d, op, i, e.length, step, s...);
+        takeRest(d, op, i, e.length, s...);
     }
   }
   op.flush();
@@ -118,16 +124,16 @@ struct ChannelSums {
     parts[K] = {hn::Add(parts[K].even, w.even), hn::Add(parts[K].odd, w.odd)};
   }
   HWY_INLINE void flush() {
-    for (int k = 0; k < kStep<D>; ++k) {
+    forPlaces<D>([&](auto k) HWY_ATTR {
       addLanes<D, kChannels>(W(), parts[k].even, k, 0, 2, sums);
       addLanes<D, kChannels>(W(), parts[k].odd, k, 1, 2, sums);
-    }
+    });
     clear();
   }
 
  private:
   HWY_INLINE void clear() {
-    for (auto& part : parts) part = {hn::Zero(W()), hn::Zero(W())};
+    forPlaces<D>([&](auto k) HWY_ATTR { parts[k] = {hn::Zero(W()), hn::Zero(W())}; });
   }
 };
 
@@ -141,7 +147,7 @@ struct ChannelSums<Tag<uint8_t>, 1, Term> {
   hn::Vec<W> parts[kStep<D>];
 
   HWY_INLINE explicit ChannelSums(std::int64_t* out) : sums(out) {
-    for (auto& part : parts) part = hn::Zero(W());
+    forPlaces<D>([&](auto k) HWY_ATTR { parts[k] = hn::Zero(W()); });
   }
   template <int K, class M, class... V>
   HWY_INLINE void take(M mask, V... v) {
@@ -149,8 +155,8 @@ struct ChannelSums<Tag<uint8_t>, 1, Term> {
     parts[K] = hn::Add(parts[K], hn::SumsOf8(lanesOr(d, mask, Term()(d, v...), hn::Zero(d))));
   }
   HWY_INLINE void flush() {
-    auto all = parts[0];
-    for (int k = 1; k < kStep<D>; ++k) all = hn::Add(all, parts[k]);
+    auto all = hn::Zero(W());
+    forPlaces<D>([&](auto k) HWY_ATTR { all = hn::Add(all, parts[k]); });
     addLanes<W, 1>(W(), all, 0, 0, 1, sums);
   }
 };
