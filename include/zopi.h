@@ -7,6 +7,7 @@
 #include "zopi/arith.h"
 #include "zopi/compare.h"
 #include "zopi/core.h"
+#include "zopi/logic.h"
 #include "zopi/move.h"
 #include "zopi/status.h"
 #include "zopi/types.h"
