@@ -4,6 +4,7 @@
 #ifndef ZOPI_H_
 #define ZOPI_H_
 
+#include "zopi/alpha.h"
 #include "zopi/arith.h"
 #include "zopi/compare.h"
 #include "zopi/core.h"
