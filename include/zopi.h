@@ -4,9 +4,11 @@
 #ifndef ZOPI_H_
 #define ZOPI_H_
 
+#include "zopi/alpha.h"
 #include "zopi/arith.h"
 #include "zopi/compare.h"
 #include "zopi/core.h"
+#include "zopi/logic.h"
 #include "zopi/move.h"
 #include "zopi/stats.h"
 #include "zopi/status.h"

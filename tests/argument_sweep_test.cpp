@@ -56,6 +56,8 @@ std::vector<Value> tooHigh(const Argument& argument) {
   return {argument.role == Role::Constant ? Value(static_cast<void*>(array)) : sample};
 }
 
+std::vector<Value> unknownAlphaTypes(const Argument&) { return {12, -1, INT32_MAX, INT32_MIN}; }
+
 const std::vector<OwnCheck> kOwnChecks = {
     {"checkDivisor(value)", "value", zopStatusDivideByZero, zeroDivisors},
     {"checkDivisors(value)", "value", zopStatusDivideByZero, zeroDivisors},
@@ -66,6 +68,7 @@ const std::vector<OwnCheck> kOwnChecks = {
     {"checkMode(cmpOp)", "cmpOp", zopStatusUnsupportedMode,
      [](const Argument&) { return std::vector<Value>{-1, 1, 2, 3, 5, INT32_MIN}; }},
     {"checkThresholds(thresholdLT,thresholdGT)", "thresholdLT", zopStatusBadThresholds, tooHigh},
+    {"checkAlphaType(alphaType)", "alphaType", zopStatusBadAlphaType, unknownAlphaTypes},
 };
 
 ZopStatus expected(const Function& function, const Badness& bad) {
