@@ -35,7 +35,7 @@ ZOPI_API ZopStatus zopiSum_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize r
 ZOPI_API ZopStatus zopiSum_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pSum[3]);
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiSum_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pSum[4]);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSum_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pSum[3]);
 /// 16-bit signed, one channel.
 ZOPI_API ZopStatus zopiSum_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop64f* pSum);
@@ -43,7 +43,7 @@ ZOPI_API ZopStatus zopiSum_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSize
 ZOPI_API ZopStatus zopiSum_16s_C3R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pSum[3]);
 /// 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiSum_16s_C4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pSum[4]);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSum_16s_AC4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pSum[3]);
 /// Single precision, one channel.
 ZOPI_API ZopStatus zopiSum_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop64f* pSum);
@@ -51,7 +51,7 @@ ZOPI_API ZopStatus zopiSum_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize
 ZOPI_API ZopStatus zopiSum_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pSum[3]);
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiSum_32f_C4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pSum[4]);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSum_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pSum[3]);
 /// @}
 
@@ -77,7 +77,7 @@ ZOPI_API ZopStatus zopiMean_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize 
 ZOPI_API ZopStatus zopiMean_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pMean[3]);
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiMean_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pMean[4]);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMean_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pMean[3]);
 /// 16-bit signed, one channel.
 ZOPI_API ZopStatus zopiMean_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop64f* pMean);
@@ -85,7 +85,7 @@ ZOPI_API ZopStatus zopiMean_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSiz
 ZOPI_API ZopStatus zopiMean_16s_C3R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pMean[3]);
 /// 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiMean_16s_C4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pMean[4]);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMean_16s_AC4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
     Zop64f pMean[3]);
 /// Single precision, one channel.
@@ -94,7 +94,7 @@ ZOPI_API ZopStatus zopiMean_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSiz
 ZOPI_API ZopStatus zopiMean_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pMean[3]);
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiMean_32f_C4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop64f pMean[4]);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMean_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
     Zop64f pMean[3]);
 /// @}
