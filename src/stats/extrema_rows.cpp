@@ -60,20 +60,31 @@ struct Best {
   HWY_INLINE void store(T* pixel) const {
     const D d;
     if constexpr (kChannels == 3) {
-      forPlaces<D>([&](auto k) HWY_ATTR { bestLanes(places[k], k, pixel); });
+      forPlaces<D>([&](auto k) HWY_ATTR { bestLanes(d, places[k], k, pixel); });
     } else {
       // Every place has the same channels in its lanes.
       V best = places[0];
       forPlaces<D>([&](auto k) HWY_ATTR { best = Better::ofLanes(d, places[k], best); });
-      bestLanes(best, 0, pixel);
+      bestOfHalves(d, best, pixel);
     }
   }
 
  private:
-  HWY_INLINE void bestLanes(V v, int k, T* pixel) const {
-    HWY_ALIGN T lanes[kLanes<D>];
-    hn::Store(v, D(), lanes);
-    for (int i = 0; i < kLanes<D>; ++i) {
+  // Blocks of 16 bytes hold whole pixels, so they can be compared with each other.
+  template <class DH, class VH>
+  HWY_INLINE void bestOfHalves(DH d, VH v, T* pixel) const {
+    if constexpr (hn::MaxLanes(DH()) * sizeof(T) > 16) {
+      const hn::Half<DH> half;
+      bestOfHalves(half, Better::ofLanes(half, hn::UpperHalf(half, v), hn::LowerHalf(half, v)), pixel);
+    } else {
+      bestLanes(d, v, 0, pixel);
+    }
+  }
+  template <class DH, class VH>
+  HWY_INLINE void bestLanes(DH d, VH v, int k, T* pixel) const {
+    HWY_ALIGN T lanes[kLanes<DH>];
+    hn::Store(v, d, lanes);
+    for (int i = 0; i < kLanes<DH>; ++i) {
       T& best = pixel[channelOf<D, kChannels>(k, i)];
       if (Better::isBetter(lanes[i], best)) best = lanes[i];
     }
