@@ -300,6 +300,47 @@ ZOPI_API ZopStatus zopiMaxIndx_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImag
     Zop32f pMax[3], int pIndexX[3], int pIndexY[3]);
 /// @}
 
+/// @name Counts of samples within a range
+///
+/// Counts the samples of each channel that are neither below the lower bound nor above the upper one. `AC4`
+/// forms leave alpha out.
+///
+/// Rows of `32f` advance by whole samples: what a step holds beyond them is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pCounts`: The numbers of samples within the bounds.
+/// - `lowerBound`: The lower bound, itself within: a sample in `C1` forms, else one sample a channel.
+/// - `upperBound`: The upper bound, itself within, of the same form.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadStep (-14) if a step is below 1, @ref zopStatusBadSize (-6) if a width or height is below 1,
+/// @ref zopStatusBadRange (-7) if a lower bound is not at or below its upper bound. After a failed check
+/// nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiCountInRange_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    int* pCounts, Zop8u lowerBound, Zop8u upperBound);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiCountInRange_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    int pCounts[3], const Zop8u lowerBound[3], const Zop8u upperBound[3]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiCountInRange_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    int pCounts[3], const Zop8u lowerBound[3], const Zop8u upperBound[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiCountInRange_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    int* pCounts, Zop32f lowerBound, Zop32f upperBound);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiCountInRange_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    int pCounts[3], const Zop32f lowerBound[3], const Zop32f upperBound[3]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiCountInRange_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    int pCounts[3], const Zop32f lowerBound[3], const Zop32f upperBound[3]);
+/// @}
+
 #ifdef __cplusplus
 }
 #endif
