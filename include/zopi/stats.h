@@ -341,6 +341,399 @@ ZOPI_API ZopStatus zopiCountInRange_32f_AC4R(const Zop32f* pSrc, int srcStep, Zo
     int pCounts[3], const Zop32f lowerBound[3], const Zop32f upperBound[3]);
 /// @}
 
+/// @name Norms
+///
+/// Takes the largest magnitude (`Inf`), the sum of the magnitudes (`L1`) or the square root of the sum of the
+/// squares (`L2`) of the samples of each channel. `AC4` forms leave alpha out.
+///
+/// Norms of integers are exact before the root; the root of an `8u` image of one channel that is wider than
+/// 32768 is put together from those of slabs of so many columns. Sums of numbers are made in double
+/// precision, in the order of the rows; those of one channel with the even columns of all rows apart from the
+/// odd ones.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pValue`: The norms.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiNorm_Inf_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f* pValue);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiNorm_Inf_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiNorm_Inf_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNorm_Inf_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiNorm_Inf_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f* pValue);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiNorm_Inf_16s_C3R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiNorm_Inf_16s_C4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNorm_Inf_16s_AC4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiNorm_Inf_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f* pValue);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiNorm_Inf_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiNorm_Inf_32f_C4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNorm_Inf_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiNorm_L1_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop64f* pValue);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiNorm_L1_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiNorm_L1_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNorm_L1_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiNorm_L1_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f* pValue);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiNorm_L1_16s_C3R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiNorm_L1_16s_C4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNorm_L1_16s_AC4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiNorm_L1_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f* pValue);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiNorm_L1_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiNorm_L1_32f_C4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNorm_L1_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiNorm_L2_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop64f* pValue);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiNorm_L2_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiNorm_L2_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNorm_L2_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiNorm_L2_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f* pValue);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiNorm_L2_16s_C3R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiNorm_L2_16s_C4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNorm_L2_16s_AC4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiNorm_L2_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f* pValue);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiNorm_L2_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiNorm_L2_32f_C4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNorm_L2_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f pValue[3]);
+/// 32-bit signed, one channel.
+ZOPI_API ZopStatus zopiNorm_Inf_32s_C1R(const Zop32s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop64f* pValue);
+/// @}
+
+/// @name Norms of differences
+///
+/// Takes the same norms of the differences of the samples of two images, which are exact for integers and
+/// taken in double precision for numbers. Sums of numbers are made in the order of the rows. `AC4` forms
+/// leave alpha out.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pValue`: The norms.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiNormDiff_Inf_8u_C1R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiNormDiff_Inf_8u_C3R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiNormDiff_Inf_8u_C4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormDiff_Inf_8u_AC4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiNormDiff_Inf_16s_C1R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiNormDiff_Inf_16s_C3R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiNormDiff_Inf_16s_C4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormDiff_Inf_16s_AC4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiNormDiff_Inf_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiNormDiff_Inf_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiNormDiff_Inf_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormDiff_Inf_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiNormDiff_L1_8u_C1R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiNormDiff_L1_8u_C3R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiNormDiff_L1_8u_C4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormDiff_L1_8u_AC4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiNormDiff_L1_16s_C1R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiNormDiff_L1_16s_C3R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiNormDiff_L1_16s_C4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormDiff_L1_16s_AC4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiNormDiff_L1_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiNormDiff_L1_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiNormDiff_L1_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormDiff_L1_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiNormDiff_L2_8u_C1R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiNormDiff_L2_8u_C3R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiNormDiff_L2_8u_C4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormDiff_L2_8u_AC4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiNormDiff_L2_16s_C1R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiNormDiff_L2_16s_C3R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiNormDiff_L2_16s_C4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormDiff_L2_16s_AC4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiNormDiff_L2_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiNormDiff_L2_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiNormDiff_L2_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormDiff_L2_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// @}
+
+/// @name Relative norms of differences
+///
+/// Divides the norm of the differences of two images by that of `pSrc2`. In one channel, `L2` is the root of
+/// the quotient of the sums, and sums of numbers are made in the order of the rows; several channels divide
+/// what @ref zopiNormDiff_L2_8u_C3R and @ref zopiNorm_L2_8u_C3R and their kin return. `AC4` forms leave alpha
+/// out.
+///
+/// If a denominator is 0 or below the smallest normal number, no channel is divided.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pValue`: The norms.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusZeroDenominator (6, a warning) if nothing was divided, else @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiNormRel_Inf_8u_C1R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiNormRel_Inf_8u_C3R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiNormRel_Inf_8u_C4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormRel_Inf_8u_AC4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiNormRel_Inf_16s_C1R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiNormRel_Inf_16s_C3R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiNormRel_Inf_16s_C4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormRel_Inf_16s_AC4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiNormRel_Inf_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiNormRel_Inf_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiNormRel_Inf_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormRel_Inf_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiNormRel_L1_8u_C1R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiNormRel_L1_8u_C3R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiNormRel_L1_8u_C4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormRel_L1_8u_AC4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiNormRel_L1_16s_C1R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiNormRel_L1_16s_C3R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiNormRel_L1_16s_C4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormRel_L1_16s_AC4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiNormRel_L1_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiNormRel_L1_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiNormRel_L1_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormRel_L1_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiNormRel_L2_8u_C1R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiNormRel_L2_8u_C3R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiNormRel_L2_8u_C4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormRel_L2_8u_AC4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiNormRel_L2_16s_C1R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiNormRel_L2_16s_C3R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiNormRel_L2_16s_C4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormRel_L2_16s_AC4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiNormRel_L2_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f* pValue);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiNormRel_L2_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiNormRel_L2_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiNormRel_L2_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// @}
+
 #ifdef __cplusplus
 }
 #endif

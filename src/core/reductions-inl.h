@@ -94,6 +94,84 @@ HWY_INLINE void reduceRows(D d, Op& op, Extent e, S... s) {
   op.flush();
 }
 
+struct Smaller {
+  template <class D, class V>
+  static HWY_INLINE V ofLanes(D, V v, V best) {
+    if constexpr (hwy::IsFloat<hn::TFromD<D>>())
+      return hn::IfThenElse(hn::Lt(v, best), v, best);
+    else
+      return hn::Min(v, best);
+  }
+  template <class T>
+  static bool isBetter(T value, T best) {
+    return value < best;
+  }
+};
+
+struct Larger {
+  template <class D, class V>
+  static HWY_INLINE V ofLanes(D, V v, V best) {
+    if constexpr (hwy::IsFloat<hn::TFromD<D>>())
+      return hn::IfThenElse(hn::Gt(v, best), v, best);
+    else
+      return hn::Max(v, best);
+  }
+  template <class T>
+  static bool isBetter(T value, T best) {
+    return value > best;
+  }
+};
+
+// The best samples of each channel so far, one for every place of a step.
+template <class D, int kChannels, class Better>
+struct Best {
+  using T = hn::TFromD<D>;
+  using V = hn::Vec<D>;
+  V places[kStep<D>];
+
+  HWY_INLINE explicit Best(const T* pixel) {
+    const PatternOperand<D> pattern(repeat(pixel, kChannels));
+    forPlaces<D>([&](auto k) HWY_ATTR { places[k] = pattern.at(0, k); });
+  }
+  template <int K, class M>
+  HWY_INLINE void take(M mask, V v) {
+    const D d;
+    places[K] = Better::ofLanes(d, lanesOr(d, mask, v, places[K]), places[K]);
+  }
+  HWY_INLINE void store(T* pixel) const {
+    const D d;
+    if constexpr (kLanes<D> % kChannels != 0) {
+      forPlaces<D>([&](auto k) HWY_ATTR { bestLanes(d, places[k], k, pixel); });
+    } else {
+      // Every place has the same channels in its lanes.
+      V best = places[0];
+      forPlaces<D>([&](auto k) HWY_ATTR { best = Better::ofLanes(d, places[k], best); });
+      bestOfHalves(d, best, pixel);
+    }
+  }
+
+ private:
+  // Halves that hold whole pixels can be compared with each other.
+  template <class DH, class VH>
+  HWY_INLINE void bestOfHalves(DH d, VH v, T* pixel) const {
+    if constexpr (hn::MaxLanes(DH()) > 4 && hn::MaxLanes(DH()) * sizeof(T) > 16) {
+      const hn::Half<DH> half;
+      bestOfHalves(half, Better::ofLanes(half, hn::UpperHalf(half, v), hn::LowerHalf(half, v)), pixel);
+    } else {
+      bestLanes(d, v, 0, pixel);
+    }
+  }
+  template <class DH, class VH>
+  HWY_INLINE void bestLanes(DH d, VH v, int k, T* pixel) const {
+    HWY_ALIGN T lanes[kLanes<DH>];
+    hn::Store(v, d, lanes);
+    for (int i = 0; i < kLanes<DH>; ++i) {
+      T& best = pixel[channelOf<D, kChannels>(k, i)];
+      if (Better::isBetter(lanes[i], best)) best = lanes[i];
+    }
+  }
+};
+
 // Lanes of integer accumulators, wide or not, added up by channels. `stride` and `first` say which lane of
 // the samples' vectors the lanes of v stand for.
 template <class DS, int kChannels, class D, class V, class Sum>
@@ -184,6 +262,51 @@ struct ChannelSums<Tag<uint32_t>, kChannels, Term> {
  private:
   HWY_INLINE void clear() {
     forPlaces<D>([&](auto k) HWY_ATTR { parts[k] = hn::Zero(D()); });
+  }
+};
+
+// Sums of the squares of such terms, unsigned ones of 8 or 16 bits, which become four times as wide.
+template <class D, int kChannels, class Term>
+struct ChannelSquareSums {
+  using T = hn::TFromD<D>;
+  using W = WideTag<D>;
+  using Q = WideTag<W>;
+  static constexpr std::ptrdiff_t kSteps = sizeof(T) == 1 ? 65536 : PTRDIFF_MAX;
+  std::int64_t* sums;
+  Wide<Q> evens[kStep<D>], odds[kStep<D>];
+
+  HWY_INLINE explicit ChannelSquareSums(std::int64_t* out) : sums(out) { clear(); }
+
+  template <int K, class M, class... V>
+  HWY_INLINE void take(M mask, V... v) {
+    const D d;
+    const auto w = widen(d, lanesOr(d, mask, Term()(d, v...), hn::Zero(d)));
+    add(evens[K], w.even);
+    add(odds[K], w.odd);
+  }
+  HWY_INLINE void flush() {
+    forPlaces<D>([&](auto k) HWY_ATTR {
+      addLanes<D, kChannels>(Q(), evens[k].even, k, 0, 4, sums);
+      addLanes<D, kChannels>(Q(), odds[k].even, k, 1, 4, sums);
+      addLanes<D, kChannels>(Q(), evens[k].odd, k, 2, 4, sums);
+      addLanes<D, kChannels>(Q(), odds[k].odd, k, 3, 4, sums);
+    });
+    clear();
+  }
+
+ private:
+  static HWY_INLINE void add(Wide<Q>& sum, hn::Vec<W> v) {
+    const W dw;
+    if constexpr (sizeof(T) == 1) {
+      const auto squares = widen(dw, hn::Mul(v, v));
+      sum = {hn::Add(sum.even, squares.even), hn::Add(sum.odd, squares.odd)};
+    } else {
+      const auto odd = oddAsEven(dw, v);
+      sum = {hn::Add(sum.even, hn::MulEven(v, v)), hn::Add(sum.odd, hn::MulEven(odd, odd))};
+    }
+  }
+  HWY_INLINE void clear() {
+    forPlaces<D>([&](auto k) HWY_ATTR { evens[k] = odds[k] = {hn::Zero(Q()), hn::Zero(Q())}; });
   }
 };
 
