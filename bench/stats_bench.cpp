@@ -22,6 +22,18 @@ void addReduction(const std::string& name, int channels,
   });
 }
 
+// The norm of a difference.
+template <class T>
+void addDifference(const std::string& name, int channels,
+                   ZopStatus (*function)(const T*, int, const T*, int, ZopImageSize, Zop64f*)) {
+  const int bytes = channels * static_cast<int>(sizeof(T));
+  bench::add(name, {bytes, bytes}, {}, [=](const Frame& f) {
+    std::array<Zop64f, 4> norms;
+    function(f.source<T>(0), f.sourceStep(0), f.source<T>(1), f.sourceStep(1), f.size, norms.data());
+    benchmark::DoNotOptimize(norms);
+  });
+}
+
 const bool registered = [] {
   addReduction("zopiSum_8u_C1R", 1, zopiSum_8u_C1R);
   addReduction("zopiSum_8u_C3R", 3, zopiSum_8u_C3R);
@@ -40,6 +52,17 @@ const bool registered = [] {
   addReduction("zopiMinIndx_8u_C1R", 1, zopiMinIndx_8u_C1R);
   addReduction("zopiMinIndx_16s_C1R", 1, zopiMinIndx_16s_C1R);
   addReduction("zopiMinIndx_32f_C1R", 1, zopiMinIndx_32f_C1R);
+  addReduction("zopiNorm_Inf_8u_C1R", 1, zopiNorm_Inf_8u_C1R);
+  addReduction("zopiNorm_L1_8u_C1R", 1, zopiNorm_L1_8u_C1R);
+  addReduction("zopiNorm_L2_8u_C1R", 1, zopiNorm_L2_8u_C1R);
+  addReduction("zopiNorm_L2_16s_C1R", 1, zopiNorm_L2_16s_C1R);
+  addReduction("zopiNorm_L2_8u_C3R", 3, zopiNorm_L2_8u_C3R);
+  addReduction("zopiNorm_Inf_32f_C1R", 1, zopiNorm_Inf_32f_C1R);
+  addReduction("zopiNorm_L1_32f_C1R", 1, zopiNorm_L1_32f_C1R);
+  addReduction("zopiNorm_L2_32f_C1R", 1, zopiNorm_L2_32f_C1R);
+  addDifference("zopiNormDiff_L1_8u_C1R", 1, zopiNormDiff_L1_8u_C1R);
+  addDifference("zopiNormDiff_L2_8u_C1R", 1, zopiNormDiff_L2_8u_C1R);
+  addDifference("zopiNormRel_L2_32f_C1R", 1, zopiNormRel_L2_32f_C1R);
   return true;
 }();
 

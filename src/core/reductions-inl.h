@@ -310,6 +310,42 @@ struct ChannelSquareSums {
   }
 };
 
+// The same for bytes of one channel, where it does not matter which two squares an instruction adds up.
+template <class Term>
+struct ChannelSquareSums<Tag<uint8_t>, 1, Term> {
+  using D = Tag<uint8_t>;
+  using W = Tag<int16_t>;
+  using Q = Tag<int32_t>;
+  static constexpr std::ptrdiff_t kSteps = 8192;
+  std::int64_t* sums;
+  Wide<Q> parts[kStep<D>];
+
+  HWY_INLINE explicit ChannelSquareSums(std::int64_t* out) : sums(out) { clear(); }
+
+  template <int K, class M, class... V>
+  HWY_INLINE void take(M mask, V... v) {
+    const D d;
+    const auto w = widen(d, lanesOr(d, mask, Term()(d, v...), hn::Zero(d)));
+    add(parts[K], hn::BitCast(W(), w.even));
+    add(parts[K], hn::BitCast(W(), w.odd));
+  }
+  HWY_INLINE void flush() {
+    forPlaces<D>([&](auto k) HWY_ATTR {
+      addLanes<D, 1>(Q(), parts[k].even, k, 0, 1, sums);
+      addLanes<D, 1>(Q(), parts[k].odd, k, 0, 1, sums);
+    });
+    clear();
+  }
+
+ private:
+  static HWY_INLINE void add(Wide<Q>& sum, hn::Vec<W> v) {
+    sum.even = hn::ReorderWidenMulAccumulate(Q(), v, v, sum.even, sum.odd);
+  }
+  HWY_INLINE void clear() {
+    forPlaces<D>([&](auto k) HWY_ATTR { parts[k] = {hn::Zero(Q()), hn::Zero(Q())}; });
+  }
+};
+
 // Sums in double precision whose order is laid down: each of `kChains` has every kChains-th sample of a row,
 // one after the other. A chain waits for each addition, so this is as fast as additions follow each other.
 template <int kChains, class Term, class... S>
