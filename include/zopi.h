@@ -5,6 +5,7 @@
 #define ZOPI_H_
 
 #include "zopi/arith.h"
+#include "zopi/compare.h"
 #include "zopi/convert.h"
 #include "zopi/core.h"
 #include "zopi/move.h"

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -45,15 +46,33 @@ std::vector<Value> zeroDivisors(const Argument& argument) {
   return result;
 }
 
+// A lower threshold above the upper one: the sample or, in an array, the last one alone.
+std::vector<Value> tooHigh(const Argument& argument) {
+  static const Value sample(0x7f7f7fff);  // above a good constant in its low 1, 2 and 4 bytes
+  static unsigned char arrays[5][12];
+  unsigned char* array = arrays[argument.sampleBytes];
+  std::memset(array, registry::kGoodConstant, sizeof arrays[0]);
+  std::memcpy(array + 2 * argument.sampleBytes, &sample, argument.sampleBytes);
+  return {argument.role == Role::Constant ? Value(static_cast<void*>(array)) : sample};
+}
+
 const std::vector<OwnCheck> kOwnChecks = {
     {"checkDivisor(value)", "value", zopStatusDivideByZero, zeroDivisors},
     {"checkDivisors(value)", "value", zopStatusDivideByZero, zeroDivisors},
+    {"checkEpsilon(eps)", "eps", zopStatusBadEpsilon,
+     [](const Argument&) {
+       return std::vector<Value>{-1.0f, -1e-45f, -HUGE_VALF};
+     }},
+    {"checkMode(cmpOp)", "cmpOp", zopStatusUnsupportedMode,
+     [](const Argument&) { return std::vector<Value>{-1, 1, 2, 3, 5, INT32_MIN}; }},
+    {"checkThresholds(thresholdLT,thresholdGT)", "thresholdLT", zopStatusBadThresholds, tooHigh},
 };
 
 ZopStatus expected(const Function& function, const Badness& bad) {
   std::istringstream checks(function.checks);
   for (std::string check; checks >> check;) {
-    if (check == "pointer" && bad.contains("pointer")) return zopStatusNullPointer;
+    const bool ofPointers = check == "pointer" || check == "image" || check == "constant";
+    if (ofPointers && bad.contains(check)) return zopStatusNullPointer;
     if (check == "width" && bad.contains("width")) return zopStatusBadSize;
     if (check == "size" && (bad.contains("width") || bad.contains("height"))) return zopStatusBadSize;
     if (check == "step" && bad.contains("step")) return zopStatusBadStep;
@@ -80,8 +99,9 @@ std::vector<Spoiler> spoilers(const Function& function) {
   std::vector<Spoiler> result;
   for (std::size_t i = 0; i < function.arguments.size(); ++i) {
     const Argument& a = function.arguments[i];
-    if (a.isPointer()) result.push_back({i, {"pointer"}, Value(static_cast<void*>(nullptr))});
-    for (int p = 0; p < a.planes; ++p) result.push_back({i, {"pointer"}, {}, p});
+    const Badness null = {"pointer", a.isImage() ? "image" : "constant"};
+    if (a.isPointer()) result.push_back({i, null, Value(static_cast<void*>(nullptr))});
+    for (int p = 0; p < a.planes; ++p) result.push_back({i, null, {}, p});
     if (a.role == Role::Step) {
       for (const int step : {0, -1, INT32_MIN}) result.push_back({i, {"step"}, Value(step)});
     }
@@ -159,6 +179,11 @@ TEST(ArgumentOrder, ByHand) {
   Zop8u* planes[3] = {image, nullptr, image};
   EXPECT_EQ(zopStatusNullPointer, zopiCopy_8u_C3P3R(image, 0, planes, 0, none));
   EXPECT_EQ(zopStatusNullPointer, zopiAbs_16s_C1R(nullptr, 0, nullptr, 0, none));
+  EXPECT_EQ(zopStatusBadStep, zopiCompare_8u_C1R(image, 8, image, 8, image, 0, none, zopCmpEq));
+  EXPECT_EQ(zopStatusUnsupportedMode, zopiThreshold_8u_C1IR(nullptr, 0, none, 1, zopCmpEq));
+  EXPECT_EQ(zopStatusBadStep, zopiThreshold_GT_8u_C3IR(image, 0, {1, 1}, nullptr));
+  EXPECT_EQ(zopStatusNullPointer, zopiThreshold_GTVal_8u_C4IR(image, 8, {1, 1}, image, nullptr));
+  EXPECT_EQ(zopStatusBadThresholds, zopiThreshold_LTValGTVal_8u_C1IR(image, 8, {1, 1}, 2, 0, 1, 0));
 
   Zop32fc number = {}, zeros[3] = {{1, 0}, {0, 1}, {0, 0}};
   EXPECT_EQ(zopStatusNullPointer, zopiMulScale_8u_C1IR(nullptr, 0, nullptr, 8, none));

@@ -150,6 +150,30 @@ Image ratio(const Image& picture) {
   return tile;
 }
 
+// Every sample black or full: eight colours are left.
+Image inEightColours(const Image& picture) {
+  const Zop8u levels[3] = {112, 112, 112}, below[3] = {111, 111, 111};
+  const Zop8u black[3] = {0, 0, 0}, full[3] = {255, 255, 255};
+  Image tile = newColourImage(picture.size);
+  check(zopiThreshold_LTVal_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size, levels,
+                                   black));
+  check(zopiThreshold_GTVal_8u_C3IR(tile.data(), tile.step, tile.size, below, full));
+  return tile;
+}
+
+// Ink where neighbours differ, paper where all channels are close.
+Image inkedWhereDifferent(const Image& picture) {
+  const Image distance = difference(picture);
+  const Image mask = newGrayImage(picture.size);
+  const Zop8u close[3] = {90, 90, 90}, ink[3] = {40, 36, 60}, paper[3] = {238, 232, 216};
+  check(zopiCompareC_8u_C3R(distance.data(), distance.step, close, mask.data(), mask.step, mask.size,
+                            zopCmpLess));
+  Image tile = newColourImage(picture.size);
+  check(zopiSet_8u_C3R(ink, tile.data(), tile.step, tile.size));
+  check(zopiSet_8u_C3MR(paper, tile.data(), tile.step, tile.size, mask.data(), mask.step));
+  return tile;
+}
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -166,6 +190,8 @@ constexpr Tile kTiles[] = {
     {"Shadows lifted by square roots", "zopiSqrt_8u_C3RSfs, scale factor -4", lifted},
     {"Logarithms", "zopiLn_8u_C3RSfs, zopiMulC_8u_C3IRSfs", logarithmic},
     {"Ratio to neighbours", "zopiDiv_8u_C3RSfs, scale factor -7", ratio},
+    {"Eight colours", "zopiThreshold_LTVal_8u_C3R, _GTVal_8u_C3IR", inEightColours},
+    {"Ink where neighbours differ", "zopiCompareC_8u_C3R, zopiSet_8u_C3MR", inkedWhereDifferent},
 };
 
 }  // namespace

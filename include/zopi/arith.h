@@ -1566,10 +1566,10 @@ ZOPI_API ZopStatus zopiDiv_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc*
 /// check nothing is written.
 ///
 /// Arguments are checked in this order in the forms `32fc_C3R`, `32fc_AC4R`, `32fc_C3IR`, `32fc_AC4IR`: @ref
-/// zopStatusNullPointer (-8) if the array of constants is null, @ref zopStatusDivideByZero (-10) if one of
-/// the constants is zero, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if
-/// a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check
-/// nothing is written.
+/// zopStatusNullPointer (-8) if the pointer to an array of constants is null, @ref zopStatusDivideByZero
+/// (-10) if one of the constants is zero, @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
 ///
 /// Returns @ref zopStatusOk.
 /// @{

@@ -67,6 +67,15 @@ typedef struct ZopImageRect {
   int height;
 } ZopImageRect;
 
+/// The comparisons of zopiCompare() and its kin. The thresholds serve the two strict ones.
+enum {
+  zopCmpLess = 0,       ///< The first operand is below the second.
+  zopCmpLessEq = 1,     ///< The first operand is not above the second.
+  zopCmpEq = 2,         ///< The operands are equal.
+  zopCmpGreaterEq = 3,  ///< The first operand is not below the second.
+  zopCmpGreater = 4     ///< The first operand is above the second.
+};
+
 /// What zopiGetLibVersion() returns.
 typedef struct ZopLibraryVersion {
   int major;

@@ -39,19 +39,19 @@ HWY_INLINE V roundedByHalves(D d, V q) {
 template <class T, class L>
 struct Divide {
   using Lane = L;
+  static constexpr bool kWatches = true;
   double scale;
-  Watch<L> zeros;
+  Watch zeros;
 
   template <class D, class V>
   HWY_INLINE V operator()(D d, V divisor, V dividend) const {
     const auto a = toReal(d, dividend), b = toReal(d, divisor);
     const auto zero = hn::Eq(b, hn::Zero(d));
-    zeros.see(zero);
-    const auto beyondRange = hn::Mul(a, hn::Set(d, 65536));
-    const auto q = hn::Mul(hn::Div(a, b), hn::Set(d, static_cast<L>(scale)));
-    return saturated<T>(d, hn::Round(hn::IfThenElse(zero, beyondRange, q)));
+    auto q = hn::Mul(hn::Div(a, b), hn::Set(d, static_cast<L>(scale)));
+    if (zeros.see(d, zero))
+      q = hn::IfThenElse(zero, hn::Mul(a, hn::Set(d, 65536)), q);  // beyond the range, or 0
+    return saturated<T>(d, hn::Round(q));
   }
-  HWY_INLINE void report() const { zeros.report(); }
 };
 
 template <class T>
@@ -63,15 +63,15 @@ struct TimesFactor {
 };
 
 struct DivideNumbers {
-  Watch<float> zeros;
+  static constexpr bool kWatches = true;
+  Watch zeros;
 
   template <class D, class V>
   HWY_INLINE V operator()(D d, V divisor, V dividend) const {
     const auto zero = hn::Eq(divisor, hn::Zero(d));
-    zeros.see(zero);
-    return hn::IfThenElse(zero, quotientByZero(d, dividend), hn::Div(dividend, divisor));
+    const auto q = hn::Div(dividend, divisor);
+    return zeros.see(d, zero) ? hn::IfThenElse(zero, quotientByZero(d, dividend), q) : q;
   }
-  HWY_INLINE void report() const { zeros.report(); }
 };
 
 // Real parts stand in even lanes, imaginary parts in odd ones: the numerators of a / b, and the denominator
@@ -92,35 +92,35 @@ template <class T>
 struct DivideComplex {
   using Lane = double;
   static constexpr int kGroup = 2;
+  static constexpr bool kWatches = true;
   double scale;
-  Watch<double> zeros;
+  Watch zeros;
 
   template <class D, class V>
   HWY_INLINE V operator()(D d, V divisor, V dividend) const {
     const ComplexQuotient<D> q(d, toReal(d, dividend), toReal(d, divisor));
     const auto zero = hn::Eq(q.denominator, hn::Zero(d));
-    zeros.see(zero);
+    auto scaled = hn::Mul(q.numerators, hn::Div(hn::Set(d, scale), q.denominator));
     // Of an integer zero, the numerators are zero, too.
-    const auto scaled = hn::Mul(q.numerators, hn::Div(hn::Set(d, scale), q.denominator));
-    return saturated<T>(d, roundedByHalves(d, hn::IfThenZeroElse(zero, scaled)));
+    if (zeros.see(d, zero)) scaled = hn::IfThenZeroElse(zero, scaled);
+    return saturated<T>(d, roundedByHalves(d, scaled));
   }
-  HWY_INLINE void report() const { zeros.report(); }
 };
 
 struct DivideComplexNumbers {
   using Lane = double;
   static constexpr int kGroup = 2;
-  Watch<double> zeros;
+  static constexpr bool kWatches = true;
+  Watch zeros;
 
   template <class D, class V>
   HWY_INLINE V operator()(D d, V divisor, V dividend) const {
     const ComplexQuotient<D> q(d, toReal(d, dividend), toReal(d, divisor));
     const auto zero = hn::Eq(q.denominator, hn::Zero(d));
-    zeros.see(zero);
-    const auto quotient = hn::Mul(q.numerators, hn::Div(hn::Set(d, 1.0), q.denominator));
-    return fromReal(SamplesOf<float, D>(), hn::IfThenElse(zero, quotientByZero(d, q.numerators), quotient));
+    auto quotient = hn::Mul(q.numerators, hn::Div(hn::Set(d, 1.0), q.denominator));
+    if (zeros.see(d, zero)) quotient = hn::IfThenElse(zero, quotientByZero(d, q.numerators), quotient);
+    return fromReal(SamplesOf<float, D>(), quotient);
   }
-  HWY_INLINE void report() const { zeros.report(); }
 };
 
 template <class T>

@@ -128,8 +128,9 @@ ZopStatus warningOf(const T* samples, std::ptrdiff_t n) {
       else
         return hn::Eq(v, hn::Zero(d));
     };
-    const std::intptr_t first = hn::FindFirstTrue(d, bad(loadPart<true>(d, samples + i, part)));
-    if (first >= 0) return samples[i + first] == 0 ? zopStatusLnZero : zopStatusLnNegative;
+    const auto v = loadPart<true>(d, samples + i, part);
+    const std::intptr_t first = hn::FindFirstTrue(d, bad(v));
+    if (first >= 0) return hn::ExtractLane(v, first) == 0 ? zopStatusLnZero : zopStatusLnNegative;
   }
   return zopStatusOk;
 }

@@ -52,30 +52,30 @@ struct SquareOfNumbers {
 template <class T, class L>
 struct Root {
   using Lane = L;
+  static constexpr bool kWatches = true;
   double scale;
-  Watch<L> negative;
+  Watch negative;
 
   template <class D, class V>
   HWY_INLINE V operator()(D d, V v) const {
     auto x = toReal(d, v);
     if constexpr (std::is_signed_v<T>) {
-      negative.see(hn::Lt(x, hn::Zero(d)));
+      negative.see(d, hn::Lt(x, hn::Zero(d)));
       x = hn::Max(x, hn::Zero(d));
     }
     return saturated<T>(d, hn::Round(hn::Mul(hn::Sqrt(x), hn::Set(d, static_cast<L>(scale)))));
   }
-  HWY_INLINE void report() const { negative.report(); }
 };
 
 struct RootOfNumbers {
-  Watch<float> negative;
+  static constexpr bool kWatches = true;
+  Watch negative;
 
   template <class D, class V>
   HWY_INLINE V operator()(D d, V v) const {
-    negative.see(hn::Lt(v, hn::Zero(d)));
+    negative.see(d, hn::Lt(v, hn::Zero(d)));
     return hn::Sqrt(v);
   }
-  HWY_INLINE void report() const { negative.report(); }
 };
 
 template <class T>

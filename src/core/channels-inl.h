@@ -132,7 +132,11 @@ class ThreeChannels {
 
   HWY_INLINE void load(const T* from, V& a, V& b, V& c) const {
     const D d;
-    V g0 = hn::LoadU(d, from), g1 = hn::LoadU(d, from + N), g2 = hn::LoadU(d, from + 2 * N);
+    part(hn::LoadU(d, from), hn::LoadU(d, from + N), hn::LoadU(d, from + 2 * N), a, b, c);
+  }
+
+  // The same from three vectors in a row.
+  HWY_INLINE void part(V g0, V g1, V g2, V& a, V& b, V& c) const {
     // Group x has the blocks with number % 3 == x: in vector v those at places of remainder x - v B.
     if constexpr (kBlocks > 1) {
       const V v0 = g0, v1 = g1, v2 = g2;

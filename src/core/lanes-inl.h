@@ -15,7 +15,8 @@ namespace zopi {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-// A vector that is used in lanes of several widths: without this, GCC loads it from memory again for each.
+// A vector that is used more than once: without this, GCC loads it from memory again for each use that could
+// take it from there.
 template <class V>
 HWY_INLINE V inRegister(V v) {
 #if HWY_ARCH_X86 && HWY_COMPILER_GCC

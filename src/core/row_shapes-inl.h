@@ -55,7 +55,10 @@ constexpr bool isShort() {
 
 template <class Op>
 constexpr bool watches() {
-  return requires(const Op op) { op.report(); };
+  if constexpr (requires { Op::kWatches; })
+    return Op::kWatches;
+  else
+    return false;
 }
 template <class Op, class T>
 struct LaneOf {
@@ -69,18 +72,16 @@ struct LaneOf<Op, T> {
 template <class Op, class T>
 using LaneTag = Tag<typename LaneOf<Op, T>::Type>;
 
-// For operations that watch: whether a lane was ever as it says.
-template <class L>
+// For operations that watch: notes whether a lane was ever as it says. What is watched for is rare, so a
+// branch costs less than to carry a vector along.
 struct Watch {
   bool* met;
-  mutable hn::Vec<Tag<L>> seen;
 
-  HWY_INLINE Watch(bool* out) : met(out), seen(hn::Zero(Tag<L>())) {}
-  HWY_INLINE void see(hn::Mask<Tag<L>> mask) const {
-    seen = hn::IfThenElse(mask, hn::Set(Tag<L>(), 1), seen);
-  }
-  HWY_INLINE void report() const {
-    if (!hn::AllTrue(Tag<L>(), hn::Eq(seen, hn::Zero(Tag<L>())))) *met = true;
+  template <class D, class M>
+  HWY_INLINE bool see(D d, M mask) const {
+    if (HWY_LIKELY(hn::AllFalse(d, mask))) return false;
+    *met = true;
+    return true;
   }
 };
 
@@ -246,6 +247,24 @@ template <class T, class D, class Op, class... S>
 inline constexpr int kPacks =
     sizeof(hn::TFromV<decltype(std::declval<Op>()(D(), std::declval<S>().at(0, 0)...))>) / sizeof(T);
 
+// The same constant for every sample.
+template <class D>
+struct UniformOperand {
+  hn::Vec<D> value;
+
+  HWY_INLINE explicit UniformOperand(hn::TFromD<D> sample) : value(hn::Set(D(), sample)) {}
+
+  HWY_INLINE void row(std::ptrdiff_t) {}
+  HWY_INLINE void begin(std::ptrdiff_t) {}
+  HWY_INLINE void advance() {}
+  HWY_INLINE const UniformOperand& held() const { return *this; }
+  HWY_INLINE hn::Vec<D> at(std::ptrdiff_t, int) const { return value; }
+  template <bool kRepeat = false>
+  HWY_INLINE hn::Vec<D> edge(std::ptrdiff_t, std::ptrdiff_t) const {
+    return value;
+  }
+};
+
 // Samples from `out` up to the first vector boundary, or 0 if a group of samples straddles it.
 template <int Group, class D, class T = hn::TFromD<D>>
 HWY_INLINE std::ptrdiff_t toAlignment(D, const T* out) {
@@ -348,13 +367,12 @@ HWY_INLINE void mapRow(D d, const Op& op, T* out, std::ptrdiff_t n, bool stream,
 // out[i] = op(a[i], b[i] ...) over every row. `out` may equal any operand; where it always does, an extent
 // that does not stream is the faster one.
 template <class D, class Op, class T, class... S>
-HWY_INLINE void mapRows(D d, const Op& op, Image<T> out, Extent e, S... s) {
+HWY_INLINE void mapRows(D d, const Op& op, Image<T> out, Extent e, S&&... s) {
   for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
     (s.row(y), ...);
     mapRow(d, op, out.row(y), e.length, e.stream, s...);
   }
   if (e.stream) hwy::FlushStream();
-  if constexpr (watches<Op>()) op.report();
 }
 
 // The operation of copies and fills.
@@ -381,6 +399,7 @@ template <class Op>
 struct Keeping {
   static constexpr int kGroup = groupOf<Op>();
   static constexpr bool kShort = isShort<Op>();
+  static constexpr bool kWatches = watches<Op>();
   Op op;
   template <class D, class V, class... Rest>
   HWY_INLINE V operator()(D d, V old, V written, Rest... rest) const {

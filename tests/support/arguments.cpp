@@ -1,6 +1,8 @@
 #include "support/arguments.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace registry {
 
@@ -14,6 +16,7 @@ Arguments::Arguments(const Function& function, ZopImageSize size) : planes_(func
       for (int p = 0; p < std::max(a.planes, 1); ++p) {
         memory_.push_back(std::make_unique<guarded::Region>(a.isImage() ? size.height : 1, step, step,
                                                             guarded::Placement{}, random));
+        if (a.role == Role::Constant) std::memset(memory_.back()->at(), kGoodConstant, step);
         before_.push_back(memory_.back()->bytes());
         planes_[i].push_back(memory_.back()->at());
       }
@@ -23,7 +26,9 @@ Arguments::Arguments(const Function& function, ZopImageSize size) : planes_(func
     } else if (a.role == Role::Size) {
       values.emplace_back(size);
     } else if (a.role == Role::Sample) {
-      values.emplace_back(0x3f3f3f3f3f3f3f3f);  // a good divisor of any type
+      std::int64_t sample;
+      std::memset(&sample, kGoodConstant, sizeof sample);
+      values.emplace_back(sample);
     } else {
       values.emplace_back();
     }

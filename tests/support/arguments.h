@@ -9,6 +9,9 @@
 
 namespace registry {
 
+// The bytes of good constants: a divisor or level of any type.
+inline constexpr int kGoodConstant = 0x3f;
+
 class Arguments {
  public:
   Arguments(const Function& function, ZopImageSize size);
