@@ -228,6 +228,10 @@ HWY_INLINE hn::Vec<D> asSamples(D d, V v) {
 
 // The same for as many vectors as make a whole one.
 template <class D, class V>
+HWY_INLINE hn::Vec<D> packed(D d, V a) {
+  return hn::BitCast(d, a);
+}
+template <class D, class V>
 HWY_INLINE hn::Vec<D> packed(D d, V a, V b) {
   return hn::ConcatEven(d, hn::BitCast(d, b), hn::BitCast(d, a));
 }
@@ -403,14 +407,15 @@ struct Keeping {
   Op op;
   template <class D, class V, class... Rest>
   HWY_INLINE V operator()(D d, V old, V written, Rest... rest) const {
+    const hn::DFromV<V> samples;
     if constexpr (watches<Op>()) {
-      const auto one = hn::Set(hn::DFromV<V>(), 1);
-      return hn::IfVecThenElse(written, op(d, hn::IfVecThenElse(written, rest, one)...), old);
+      const auto one = hn::Set(samples, 1);
+      const auto results = op(d, hn::IfVecThenElse(written, rest, one)...);
+      return hn::IfVecThenElse(written, asSamples(samples, results), old);
     } else {
-      return hn::IfVecThenElse(written, asSamples(hn::DFromV<V>(), op(d, rest...)), old);
+      return hn::IfVecThenElse(written, asSamples(samples, op(d, rest...)), old);
     }
   }
-  HWY_INLINE void report() const requires(watches<Op>()) { op.report(); }
 };
 
 // Writes the first `Colours` of every `Channels` samples and leaves the others untouched: nothing is stored
