@@ -9,7 +9,9 @@ namespace zopi {
 namespace {
 
 // Says no to not-a-numbers, too.
-ZopStatus checkRange(Zop32f vMin, Zop32f vMax) { return vMin < vMax ? zopStatusOk : zopStatusBadScaleRange; }
+ZopStatus checkScaleRange(Zop32f vMin, Zop32f vMax) {
+  return vMin < vMax ? zopStatusOk : zopStatusBadScaleRange;
+}
 
 template <class Layout, class T>
 ZopStatus scale(Image<const Zop8u> src, Image<T> dst, ZopImageSize size) {
