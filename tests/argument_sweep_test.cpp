@@ -56,6 +56,8 @@ std::vector<Value> tooHigh(const Argument& argument) {
   return {argument.role == Role::Constant ? Value(static_cast<void*>(array)) : sample};
 }
 
+std::vector<Value> unknownAlphaTypes(const Argument&) { return {12, -1, INT32_MAX, INT32_MIN}; }
+
 const std::vector<OwnCheck> kOwnChecks = {
     {"checkDivisor(value)", "value", zopStatusDivideByZero, zeroDivisors},
     {"checkDivisors(value)", "value", zopStatusDivideByZero, zeroDivisors},
@@ -70,6 +72,7 @@ const std::vector<OwnCheck> kOwnChecks = {
        return std::vector<Value>{0.0f, -1e-45f, -HUGE_VALF, NAN};
      }},
     {"checkThresholds(thresholdLT,thresholdGT)", "thresholdLT", zopStatusBadThresholds, tooHigh},
+    {"checkAlphaType(alphaType)", "alphaType", zopStatusBadAlphaType, unknownAlphaTypes},
 };
 
 ZopStatus expected(const Function& function, const Badness& bad) {

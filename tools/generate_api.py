@@ -22,7 +22,7 @@ BYTES["int"] = 4
 C_TYPES = {t: f"Zop{t}" for t in TYPES} | {"32u": "unsigned", "int": "int"}  # no samples are 32u, but counts are
 LAYOUTS = {"C1": 1, "C2": 2, "C3": 3, "C4": 4, "AC4": 4, "P3": 3, "P4": 4, "AP4": 4, "AC1": 1, "P2": 2}
 WORDS = {"C1": "one channel", "C2": "two interleaved samples a pixel", "C3": "three channels", "C4": "four channels",
-         "AC4": "three of four channels, alpha left alone", "P2": "two planes", "P3": "three planes",
+         "AC4": "four channels, the last is alpha", "P2": "two planes", "P3": "three planes",
          "P4": "four planes", "AP4": "four planes, the last is alpha", "AC1": "one channel with an alpha image"}
 TYPE_WORDS = {"8u": "8-bit unsigned", "8s": "8-bit signed", "16u": "16-bit unsigned", "16s": "16-bit signed",
               "32s": "32-bit signed", "32f": "single precision", "64s": "64-bit signed",
@@ -104,7 +104,7 @@ class Argument:
         type_, layout = name.source if self.kind in ("src", "inout", "constant", "result") else name.destination
         if self.kind == "mask":
             type_, layout = "8u", "C1"
-        self.type = own[0] if own else type_
+        self.type = own[0] if own and own[0] else type_
         self.layout = own[1] if len(own) > 1 else layout
         self.planar = "P" in layout and self.kind in ("src", "dst", "inout")
 

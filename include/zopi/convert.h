@@ -38,7 +38,7 @@ ZOPI_API ZopStatus zopiConvert_8u16u_C3R(const Zop8u* pSrc, int srcStep, Zop16u*
 /// 8-bit unsigned to 16-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiConvert_8u16u_C4R(const Zop8u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 8-bit unsigned to 16-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned to 16-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_8u16u_AC4R(const Zop8u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize);
 /// 8-bit unsigned to 16-bit signed, one channel.
@@ -50,7 +50,7 @@ ZOPI_API ZopStatus zopiConvert_8u16s_C3R(const Zop8u* pSrc, int srcStep, Zop16s*
 /// 8-bit unsigned to 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiConvert_8u16s_C4R(const Zop8u* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 8-bit unsigned to 16-bit signed, three of four channels, alpha left alone.
+/// 8-bit unsigned to 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_8u16s_AC4R(const Zop8u* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize);
 /// 8-bit unsigned to 32-bit signed, one channel.
@@ -62,7 +62,7 @@ ZOPI_API ZopStatus zopiConvert_8u32s_C3R(const Zop8u* pSrc, int srcStep, Zop32s*
 /// 8-bit unsigned to 32-bit signed, four channels.
 ZOPI_API ZopStatus zopiConvert_8u32s_C4R(const Zop8u* pSrc, int srcStep, Zop32s* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 8-bit unsigned to 32-bit signed, three of four channels, alpha left alone.
+/// 8-bit unsigned to 32-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_8u32s_AC4R(const Zop8u* pSrc, int srcStep, Zop32s* pDst, int dstStep,
     ZopImageSize roiSize);
 /// 8-bit signed to 32-bit signed, one channel.
@@ -74,7 +74,7 @@ ZOPI_API ZopStatus zopiConvert_8s32s_C3R(const Zop8s* pSrc, int srcStep, Zop32s*
 /// 8-bit signed to 32-bit signed, four channels.
 ZOPI_API ZopStatus zopiConvert_8s32s_C4R(const Zop8s* pSrc, int srcStep, Zop32s* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 8-bit signed to 32-bit signed, three of four channels, alpha left alone.
+/// 8-bit signed to 32-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_8s32s_AC4R(const Zop8s* pSrc, int srcStep, Zop32s* pDst, int dstStep,
     ZopImageSize roiSize);
 /// 8-bit unsigned to single precision, one channel.
@@ -86,7 +86,7 @@ ZOPI_API ZopStatus zopiConvert_8u32f_C3R(const Zop8u* pSrc, int srcStep, Zop32f*
 /// 8-bit unsigned to single precision, four channels.
 ZOPI_API ZopStatus zopiConvert_8u32f_C4R(const Zop8u* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 8-bit unsigned to single precision, three of four channels, alpha left alone.
+/// 8-bit unsigned to single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_8u32f_AC4R(const Zop8u* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
 /// 8-bit signed to single precision, one channel.
@@ -98,7 +98,7 @@ ZOPI_API ZopStatus zopiConvert_8s32f_C3R(const Zop8s* pSrc, int srcStep, Zop32f*
 /// 8-bit signed to single precision, four channels.
 ZOPI_API ZopStatus zopiConvert_8s32f_C4R(const Zop8s* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 8-bit signed to single precision, three of four channels, alpha left alone.
+/// 8-bit signed to single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_8s32f_AC4R(const Zop8s* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
 /// 16-bit unsigned to single precision, one channel.
@@ -110,7 +110,7 @@ ZOPI_API ZopStatus zopiConvert_16u32f_C3R(const Zop16u* pSrc, int srcStep, Zop32
 /// 16-bit unsigned to single precision, four channels.
 ZOPI_API ZopStatus zopiConvert_16u32f_C4R(const Zop16u* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 16-bit unsigned to single precision, three of four channels, alpha left alone.
+/// 16-bit unsigned to single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_16u32f_AC4R(const Zop16u* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
 /// 16-bit signed to single precision, one channel.
@@ -122,7 +122,7 @@ ZOPI_API ZopStatus zopiConvert_16s32f_C3R(const Zop16s* pSrc, int srcStep, Zop32
 /// 16-bit signed to single precision, four channels.
 ZOPI_API ZopStatus zopiConvert_16s32f_C4R(const Zop16s* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 16-bit signed to single precision, three of four channels, alpha left alone.
+/// 16-bit signed to single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_16s32f_AC4R(const Zop16s* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
 /// @}
@@ -153,7 +153,7 @@ ZOPI_API ZopStatus zopiConvert_16u8u_C3R(const Zop16u* pSrc, int srcStep, Zop8u*
 /// 16-bit unsigned to 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiConvert_16u8u_C4R(const Zop16u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 16-bit unsigned to 8-bit unsigned, three of four channels, alpha left alone.
+/// 16-bit unsigned to 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_16u8u_AC4R(const Zop16u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize);
 /// 16-bit signed to 8-bit unsigned, one channel.
@@ -165,7 +165,7 @@ ZOPI_API ZopStatus zopiConvert_16s8u_C3R(const Zop16s* pSrc, int srcStep, Zop8u*
 /// 16-bit signed to 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiConvert_16s8u_C4R(const Zop16s* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 16-bit signed to 8-bit unsigned, three of four channels, alpha left alone.
+/// 16-bit signed to 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_16s8u_AC4R(const Zop16s* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize);
 /// 32-bit signed to 8-bit unsigned, one channel.
@@ -177,7 +177,7 @@ ZOPI_API ZopStatus zopiConvert_32s8u_C3R(const Zop32s* pSrc, int srcStep, Zop8u*
 /// 32-bit signed to 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiConvert_32s8u_C4R(const Zop32s* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 32-bit signed to 8-bit unsigned, three of four channels, alpha left alone.
+/// 32-bit signed to 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_32s8u_AC4R(const Zop32s* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize);
 /// 32-bit signed to 8-bit signed, one channel.
@@ -189,7 +189,7 @@ ZOPI_API ZopStatus zopiConvert_32s8s_C3R(const Zop32s* pSrc, int srcStep, Zop8s*
 /// 32-bit signed to 8-bit signed, four channels.
 ZOPI_API ZopStatus zopiConvert_32s8s_C4R(const Zop32s* pSrc, int srcStep, Zop8s* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 32-bit signed to 8-bit signed, three of four channels, alpha left alone.
+/// 32-bit signed to 8-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_32s8s_AC4R(const Zop32s* pSrc, int srcStep, Zop8s* pDst, int dstStep,
     ZopImageSize roiSize);
 /// @}
@@ -223,7 +223,7 @@ ZOPI_API ZopStatus zopiConvert_32f8u_C3R(const Zop32f* pSrc, int srcStep, Zop8u*
 /// Single precision to 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiConvert_32f8u_C4R(const Zop32f* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int roundMode);
-/// Single precision to 8-bit unsigned, three of four channels, alpha left alone.
+/// Single precision to 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_32f8u_AC4R(const Zop32f* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int roundMode);
 /// Single precision to 8-bit signed, one channel.
@@ -235,7 +235,7 @@ ZOPI_API ZopStatus zopiConvert_32f8s_C3R(const Zop32f* pSrc, int srcStep, Zop8s*
 /// Single precision to 8-bit signed, four channels.
 ZOPI_API ZopStatus zopiConvert_32f8s_C4R(const Zop32f* pSrc, int srcStep, Zop8s* pDst, int dstStep,
     ZopImageSize roiSize, int roundMode);
-/// Single precision to 8-bit signed, three of four channels, alpha left alone.
+/// Single precision to 8-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_32f8s_AC4R(const Zop32f* pSrc, int srcStep, Zop8s* pDst, int dstStep,
     ZopImageSize roiSize, int roundMode);
 /// Single precision to 16-bit unsigned, one channel.
@@ -247,7 +247,7 @@ ZOPI_API ZopStatus zopiConvert_32f16u_C3R(const Zop32f* pSrc, int srcStep, Zop16
 /// Single precision to 16-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiConvert_32f16u_C4R(const Zop32f* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize, int roundMode);
-/// Single precision to 16-bit unsigned, three of four channels, alpha left alone.
+/// Single precision to 16-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_32f16u_AC4R(const Zop32f* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize, int roundMode);
 /// Single precision to 16-bit signed, one channel.
@@ -259,7 +259,7 @@ ZOPI_API ZopStatus zopiConvert_32f16s_C3R(const Zop32f* pSrc, int srcStep, Zop16
 /// Single precision to 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiConvert_32f16s_C4R(const Zop32f* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, int roundMode);
-/// Single precision to 16-bit signed, three of four channels, alpha left alone.
+/// Single precision to 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiConvert_32f16s_AC4R(const Zop32f* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, int roundMode);
 /// @}
@@ -291,7 +291,7 @@ ZOPI_API ZopStatus zopiScale_8u16u_C3R(const Zop8u* pSrc, int srcStep, Zop16u* p
 /// 8-bit unsigned to 16-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiScale_8u16u_C4R(const Zop8u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 8-bit unsigned to 16-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned to 16-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiScale_8u16u_AC4R(const Zop8u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize);
 /// 8-bit unsigned to 16-bit signed, one channel.
@@ -303,7 +303,7 @@ ZOPI_API ZopStatus zopiScale_8u16s_C3R(const Zop8u* pSrc, int srcStep, Zop16s* p
 /// 8-bit unsigned to 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiScale_8u16s_C4R(const Zop8u* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 8-bit unsigned to 16-bit signed, three of four channels, alpha left alone.
+/// 8-bit unsigned to 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiScale_8u16s_AC4R(const Zop8u* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize);
 /// 8-bit unsigned to 32-bit signed, one channel.
@@ -315,7 +315,7 @@ ZOPI_API ZopStatus zopiScale_8u32s_C3R(const Zop8u* pSrc, int srcStep, Zop32s* p
 /// 8-bit unsigned to 32-bit signed, four channels.
 ZOPI_API ZopStatus zopiScale_8u32s_C4R(const Zop8u* pSrc, int srcStep, Zop32s* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 8-bit unsigned to 32-bit signed, three of four channels, alpha left alone.
+/// 8-bit unsigned to 32-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiScale_8u32s_AC4R(const Zop8u* pSrc, int srcStep, Zop32s* pDst, int dstStep,
     ZopImageSize roiSize);
 /// @}
@@ -352,7 +352,7 @@ ZOPI_API ZopStatus zopiScale_16u8u_C3R(const Zop16u* pSrc, int srcStep, Zop8u* p
 /// 16-bit unsigned to 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiScale_16u8u_C4R(const Zop16u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int hint);
-/// 16-bit unsigned to 8-bit unsigned, three of four channels, alpha left alone.
+/// 16-bit unsigned to 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiScale_16u8u_AC4R(const Zop16u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int hint);
 /// 16-bit signed to 8-bit unsigned, one channel.
@@ -364,7 +364,7 @@ ZOPI_API ZopStatus zopiScale_16s8u_C3R(const Zop16s* pSrc, int srcStep, Zop8u* p
 /// 16-bit signed to 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiScale_16s8u_C4R(const Zop16s* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int hint);
-/// 16-bit signed to 8-bit unsigned, three of four channels, alpha left alone.
+/// 16-bit signed to 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiScale_16s8u_AC4R(const Zop16s* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int hint);
 /// 32-bit signed to 8-bit unsigned, one channel.
@@ -376,7 +376,7 @@ ZOPI_API ZopStatus zopiScale_32s8u_C3R(const Zop32s* pSrc, int srcStep, Zop8u* p
 /// 32-bit signed to 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiScale_32s8u_C4R(const Zop32s* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int hint);
-/// 32-bit signed to 8-bit unsigned, three of four channels, alpha left alone.
+/// 32-bit signed to 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiScale_32s8u_AC4R(const Zop32s* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int hint);
 /// @}
@@ -413,7 +413,7 @@ ZOPI_API ZopStatus zopiScale_8u32f_C3R(const Zop8u* pSrc, int srcStep, Zop32f* p
 /// 8-bit unsigned to single precision, four channels.
 ZOPI_API ZopStatus zopiScale_8u32f_C4R(const Zop8u* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, Zop32f vMin, Zop32f vMax);
-/// 8-bit unsigned to single precision, three of four channels, alpha left alone.
+/// 8-bit unsigned to single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiScale_8u32f_AC4R(const Zop8u* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, Zop32f vMin, Zop32f vMax);
 /// Single precision to 8-bit unsigned, one channel.
@@ -425,7 +425,7 @@ ZOPI_API ZopStatus zopiScale_32f8u_C3R(const Zop32f* pSrc, int srcStep, Zop8u* p
 /// Single precision to 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiScale_32f8u_C4R(const Zop32f* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, Zop32f vMin, Zop32f vMax);
-/// Single precision to 8-bit unsigned, three of four channels, alpha left alone.
+/// Single precision to 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiScale_32f8u_AC4R(const Zop32f* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, Zop32f vMin, Zop32f vMax);
 /// @}

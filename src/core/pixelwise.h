@@ -70,15 +70,25 @@ void mapImage(const ConversionRow<Real<S>, Real<T>, P...>& rows, Image<const S> 
       a.template as<Real<S>>(), out.template as<Real<T>>());
 }
 
-// out = op(a, b). Rows that keep alpha are never shared.
-template <class Layout, class T, class... P>
-void mapImages(bool parallel, const BinaryRow<Real<T>, P...>& rows, Image<const T> a,
+// Rows are shared where `parallel` says so, never by forms that keep alpha. Where the compiler knows that
+// they are not, it keeps the arguments in registers.
+template <class Layout, class Parallel, class Body, class... I>
+void walkPixelwise(Parallel parallel, Extent e, const Body& body, I... images) {
+  if constexpr (Layout::colours < Layout::channels || std::is_same_v<Parallel, std::false_type>)
+    walkSerial(e, body, images...);
+  else
+    walkRows(parallel, e, body, images...);
+}
+
+// out = op(a, b).
+template <class Layout, class Parallel, class T, class... P>
+void mapImages(Parallel parallel, const BinaryRow<Real<T>, P...>& rows, Image<const T> a,
                std::type_identity_t<Image<const T>> b, std::type_identity_t<Image<T>> out, ZopImageSize size,
                std::type_identity_t<P>... parameters) {
   using R = Real<T>;
   constexpr bool keeps = Layout::colours < Layout::channels;
-  walkRows(
-      parallel && !keeps, realExtent<Layout, T>(size),
+  walkPixelwise<Layout>(
+      parallel, realExtent<Layout, T>(size),
       [&](Image<const R> p, Image<const R> q, Image<R> r, Extent e) {
         if constexpr (keeps)
           rows.imageKeeping(kWritten<Layout, T>, p, q, r, e, parameters...);
@@ -89,15 +99,15 @@ void mapImages(bool parallel, const BinaryRow<Real<T>, P...>& rows, Image<const 
 }
 
 // out = op(constant, b).
-template <class Layout, class T, class... P>
-void mapConstant(bool parallel, const BinaryRow<Real<T>, P...>& rows, const T* constant,
+template <class Layout, class Parallel, class T, class... P>
+void mapConstant(Parallel parallel, const BinaryRow<Real<T>, P...>& rows, const T* constant,
                  std::type_identity_t<Image<const T>> b, std::type_identity_t<Image<T>> out,
                  ZopImageSize size, std::type_identity_t<P>... parameters) {
   using R = Real<T>;
   constexpr bool keeps = Layout::colours < Layout::channels;
   const Pattern<R> a = constantPattern<Layout>(constant);
-  walkRows(
-      parallel && !keeps, realExtent<Layout, T>(size),
+  walkPixelwise<Layout>(
+      parallel, realExtent<Layout, T>(size),
       [&](Image<const R> q, Image<R> r, Extent e) {
         if constexpr (keeps)
           rows.constantKeeping(kWritten<Layout, T>, a, q, r, e, parameters...);
@@ -112,14 +122,14 @@ template <class Layout, class T>
 ZopStatus combineImages(const BinaryRow<Real<T>>& rows, Image<const T> a,
                         std::type_identity_t<Image<const T>> b, std::type_identity_t<Image<T>> out,
                         ZopImageSize size) {
-  mapImages<Layout>(false, rows, a, b, out, size);
+  mapImages<Layout>(std::false_type(), rows, a, b, out, size);
   return zopStatusOk;
 }
 template <class Layout, class T>
 ZopStatus combineWithConstant(const BinaryRow<Real<T>>& rows, const T* constant,
                               std::type_identity_t<Image<const T>> b, std::type_identity_t<Image<T>> out,
                               ZopImageSize size) {
-  mapConstant<Layout>(false, rows, constant, b, out, size);
+  mapConstant<Layout>(std::false_type(), rows, constant, b, out, size);
   return zopStatusOk;
 }
 
