@@ -76,6 +76,7 @@ using LaneTag = Tag<typename LaneOf<Op, T>::Type>;
 // branch costs less than to carry a vector along.
 struct Watch {
   bool* met;
+  HWY_INLINE Watch(bool* out) : met(out) {}
 
   template <class D, class M>
   HWY_INLINE bool see(D d, M mask) const {
