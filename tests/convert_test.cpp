@@ -32,14 +32,7 @@ T converted(S sample, bool toNearest) {
 template <class S, class T>
 ZopStatus reference(const Call& call) {
   const bool toNearest = !call.parameters.empty() && call.parameters[0].get<int>() == 1;
-  const int samples = call.function.sourceLayout == std::string("AC4") ? 3 : call.destination.samples;
-  for (int y = 0; y < call.size.height; ++y) {
-    for (int x = 0; x < call.size.width; ++x) {
-      for (int c = 0; c < samples; ++c) {
-        call.destination.set(x, y, c, converted<T>(call.sources[0].get<S>(x, y, c), toNearest));
-      }
-    }
-  }
+  sweep::conversion<S, T>(call, [&](S sample) { return converted<T>(sample, toNearest); });
   return zopStatusOk;
 }
 

@@ -51,25 +51,17 @@ Zop8u byteOf(Zop32f sample, Zop32f vMin, Zop32f vMax) {
 
 template <class S, class T>
 ZopStatus reference(const Call& call) {
-  const int samples = call.function.sourceLayout == std::string("AC4") ? 3 : call.destination.samples;
-  for (int y = 0; y < call.size.height; ++y) {
-    for (int x = 0; x < call.size.width; ++x) {
-      for (int c = 0; c < samples; ++c) {
-        const S sample = call.sources[0].get<S>(x, y, c);
-        const auto& p = call.parameters;
-        T result;
-        if constexpr (std::is_same_v<S, Zop32f>)
-          result = byteOf(sample, p[0].get<Zop32f>(), p[1].get<Zop32f>());
-        else if constexpr (std::is_same_v<T, Zop32f>)
-          result = number(sample, p[0].get<Zop32f>(), p[1].get<Zop32f>());
-        else if constexpr (std::is_same_v<T, Zop8u>)
-          result = byteOf(sample, p[0].get<int>());
-        else
-          result = spread<T>(sample);
-        call.destination.set(x, y, c, result);
-      }
-    }
-  }
+  const auto& p = call.parameters;
+  sweep::conversion<S, T>(call, [&](S sample) {
+    if constexpr (std::is_same_v<S, Zop32f>)
+      return byteOf(sample, p[0].get<Zop32f>(), p[1].get<Zop32f>());
+    else if constexpr (std::is_same_v<T, Zop32f>)
+      return number(sample, p[0].get<Zop32f>(), p[1].get<Zop32f>());
+    else if constexpr (std::is_same_v<T, Zop8u>)
+      return byteOf(sample, p[0].get<int>());
+    else
+      return spread<T>(sample);
+  });
   return zopStatusOk;
 }
 

@@ -325,8 +325,8 @@ ZOPI_API ZopStatus zopiScale_8u32s_AC4R(const Zop8u* pSrc, int srcStep, Zop32s* 
 /// Maps the whole range of the source's type evenly onto 0 to 255. The accurate form rounds to nearest with
 /// ties to even, and the rounding mode of the caller has no influence and is kept.
 ///
-/// The fast form takes from each sample a 256th of it, both counted from the middle of the range, and cuts
-/// off all but the upper eight bits. Its results are up to 1 below those of the accurate form.
+/// The fast form takes a 256th of each sample, counted from the middle of the range and rounded down, off
+/// that sample and keeps the upper eight bits. Its results are those of the accurate form or 1 above.
 ///
 /// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
 ///
@@ -381,12 +381,12 @@ ZOPI_API ZopStatus zopiScale_32s8u_AC4R(const Zop32s* pSrc, int srcStep, Zop8u* 
     ZopImageSize roiSize, int hint);
 /// @}
 
-/// @name A range of numbers to bytes, and back
+/// @name Bytes to a range of numbers, and back
 ///
-/// Maps 0 to 255 evenly onto `vMin` to `vMax`, or `vMin` to `vMax` onto 0 to 255, in double precision, with
-/// one rounding at the end. Towards bytes that is to nearest with ties to even, numbers below `vMin` become 0
-/// and numbers above `vMax` 255, and the rounding mode of the caller has no influence and is kept. What
-/// becomes of a not-a-number is not specified.
+/// From `8u` to `32f`, 0 to 255 are mapped evenly onto `vMin` to `vMax`, from `32f` to `8u` the other way
+/// round, in double precision and with one rounding at the end. To `8u` that is to nearest with ties to even;
+/// numbers below `vMin` become 0 and numbers above `vMax` 255. What becomes of a not-a-number is not
+/// specified. The rounding mode of the caller has no influence on bytes and is kept.
 ///
 /// `C4` forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
 ///

@@ -7,7 +7,7 @@ namespace {
 
 template <class Layout, class S, class T>
 ZopStatus convert(Image<const S> src, Image<T> dst, ZopImageSize size) {
-  mapImage<Layout>(convertTable().of<S, T>().rows[0], src, dst, size);
+  mapImage<Layout>(convertTable().of<S, T>().row[0], src, dst, size);
   return zopStatusOk;
 }
 
@@ -15,7 +15,7 @@ template <class Layout, class T>
 ZopStatus convert(Image<const Zop32f> src, Image<T> dst, ZopImageSize size, int roundMode) {
   const RoundingToNearest mode;
   const ConvertRows<Zop32f, T>& rows = convertTable().of<Zop32f, T>();
-  mapImage<Layout>(rows.rows[roundMode == 1 ? kToNearest : kTowardZero], src, dst, size);
+  mapImage<Layout>(rows.row[roundMode == 1 ? kToNearest : kTowardZero], src, dst, size);
   return zopStatusOk;
 }
 

@@ -13,7 +13,7 @@ enum Rounding { kToNearest, kTowardZero, kRoundings };
 
 template <class S, class T>
 struct ConvertRows {
-  ConversionRow<S, T> rows[std::is_floating_point_v<S> ? kRoundings : 1];
+  ConversionRow<S, T> row[std::is_floating_point_v<S> ? kRoundings : 1];
 };
 
 // clang-format off
