@@ -1,7 +1,9 @@
 // Statistics.
 #include <benchmark/benchmark.h>
 
+#include <array>
 #include <string>
+#include <tuple>
 
 #include "harness.h"
 
@@ -14,9 +16,8 @@ template <class T, class... R>
 void addReduction(const std::string& name, int channels,
                   ZopStatus (*function)(const T*, int, ZopImageSize, R*...)) {
   bench::add(name, {channels * static_cast<int>(sizeof(T))}, {}, [=](const Frame& f) {
-    static double results[sizeof...(R)][4];
-    int next = 0;
-    function(f.source<T>(0), f.sourceStep(0), f.size, reinterpret_cast<R*>(results[next++])...);
+    std::tuple<std::array<R, 4>...> results;
+    std::apply([&](auto&... r) { function(f.source<T>(0), f.sourceStep(0), f.size, r.data()...); }, results);
     benchmark::DoNotOptimize(results);
   });
 }
@@ -31,6 +32,14 @@ const bool registered = [] {
   addReduction("zopiMean_8u_C1R", 1, zopiMean_8u_C1R);
   addReduction("zopiMean_8u_C3R", 3, zopiMean_8u_C3R);
   addReduction("zopiMean_32f_C1R", 1, zopiMean_32f_C1R);
+  addReduction("zopiMinMax_8u_C1R", 1, zopiMinMax_8u_C1R);
+  addReduction("zopiMinMax_16s_C1R", 1, zopiMinMax_16s_C1R);
+  addReduction("zopiMinMax_32f_C1R", 1, zopiMinMax_32f_C1R);
+  addReduction("zopiMax_8u_C3R", 3, zopiMax_8u_C3R);
+  addReduction("zopiMin_8u_AC4R", 4, zopiMin_8u_AC4R);
+  addReduction("zopiMinIndx_8u_C1R", 1, zopiMinIndx_8u_C1R);
+  addReduction("zopiMinIndx_16s_C1R", 1, zopiMinIndx_16s_C1R);
+  addReduction("zopiMinIndx_32f_C1R", 1, zopiMinIndx_32f_C1R);
   return true;
 }();
 

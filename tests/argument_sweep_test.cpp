@@ -60,6 +60,7 @@ std::vector<Value> unknownAlphaTypes(const Argument&) { return {12, -1, INT32_MA
 
 const std::vector<OwnCheck> kOwnChecks = {
     {"checkDivisor(value)", "value", zopStatusDivideByZero, zeroDivisors},
+    {"checkRange(lowerBound,upperBound)", "lowerBound", zopStatusBadRange, tooHigh},
     {"checkDivisors(value)", "value", zopStatusDivideByZero, zeroDivisors},
     {"checkEpsilon(eps)", "eps", zopStatusBadEpsilon,
      [](const Argument&) {

@@ -99,6 +99,248 @@ ZOPI_API ZopStatus zopiMean_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSi
     Zop64f pMean[3]);
 /// @}
 
+/// @name Smallest and largest samples
+///
+/// Finds the smallest or the largest sample of each channel, or both. `AC4` forms leave alpha out.
+///
+/// A sample that is not a number is never found, unless it is the first of its channel: then it is the
+/// result.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pMin`: The smallest samples.
+/// - `pMax`: The largest samples.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMin_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u* pMin);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMin_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMin[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiMin_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMin[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMin_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMin[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiMin_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop16s* pMin);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiMin_16s_C3R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop16s pMin[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiMin_16s_C4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop16s pMin[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMin_16s_AC4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop16s pMin[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiMin_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop32f* pMin);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiMin_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop32f pMin[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiMin_32f_C4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop32f pMin[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMin_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop32f pMin[3]);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMax_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u* pMax);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMax_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMax[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiMax_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMax[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMax_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMax[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiMax_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop16s* pMax);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiMax_16s_C3R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop16s pMax[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiMax_16s_C4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop16s pMax[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMax_16s_AC4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop16s pMax[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiMax_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop32f* pMax);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiMax_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop32f pMax[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiMax_32f_C4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop32f pMax[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMax_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop32f pMax[3]);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMinMax_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u* pMin,
+    Zop8u* pMax);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMinMax_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMin[3],
+    Zop8u pMax[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiMinMax_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMin[4],
+    Zop8u pMax[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMinMax_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMin[3],
+    Zop8u pMax[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiMinMax_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop16s* pMin,
+    Zop16s* pMax);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiMinMax_16s_C3R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop16s pMin[3], Zop16s pMax[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiMinMax_16s_C4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop16s pMin[4], Zop16s pMax[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMinMax_16s_AC4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop16s pMin[3], Zop16s pMax[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiMinMax_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop32f* pMin,
+    Zop32f* pMax);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiMinMax_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32f pMin[3], Zop32f pMax[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiMinMax_32f_C4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32f pMin[4], Zop32f pMax[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMinMax_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32f pMin[3], Zop32f pMax[3]);
+/// @}
+
+/// @name Smallest and largest samples, and where they stand
+///
+/// Finds the smallest or the largest sample of each channel, and its place: the first one, row by row, if
+/// there are several. `AC4` forms leave alpha out.
+///
+/// A sample that is not a number is never found, unless it is the first of its channel: then it is the
+/// result.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pMin`: The smallest samples.
+/// - `pIndexX`: The columns where they stand, from 0.
+/// - `pIndexY`: The rows where they stand, from 0.
+/// - `pMax`: The largest samples.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMinIndx_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u* pMin,
+    int* pIndexX, int* pIndexY);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMinIndx_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMin[3],
+    int pIndexX[3], int pIndexY[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiMinIndx_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMin[4],
+    int pIndexX[4], int pIndexY[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMinIndx_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMin[3],
+    int pIndexX[3], int pIndexY[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiMinIndx_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop16s* pMin,
+    int* pIndexX, int* pIndexY);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiMinIndx_16s_C3R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop16s pMin[3], int pIndexX[3], int pIndexY[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiMinIndx_16s_C4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop16s pMin[4], int pIndexX[4], int pIndexY[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMinIndx_16s_AC4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop16s pMin[3], int pIndexX[3], int pIndexY[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiMinIndx_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop32f* pMin,
+    int* pIndexX, int* pIndexY);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiMinIndx_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32f pMin[3], int pIndexX[3], int pIndexY[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiMinIndx_32f_C4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32f pMin[4], int pIndexX[4], int pIndexY[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMinIndx_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32f pMin[3], int pIndexX[3], int pIndexY[3]);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMaxIndx_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u* pMax,
+    int* pIndexX, int* pIndexY);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMaxIndx_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMax[3],
+    int pIndexX[3], int pIndexY[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiMaxIndx_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMax[4],
+    int pIndexX[4], int pIndexY[4]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMaxIndx_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize, Zop8u pMax[3],
+    int pIndexX[3], int pIndexY[3]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiMaxIndx_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize, Zop16s* pMax,
+    int* pIndexX, int* pIndexY);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiMaxIndx_16s_C3R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop16s pMax[3], int pIndexX[3], int pIndexY[3]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiMaxIndx_16s_C4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop16s pMax[4], int pIndexX[4], int pIndexY[4]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMaxIndx_16s_AC4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop16s pMax[3], int pIndexX[3], int pIndexY[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiMaxIndx_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize, Zop32f* pMax,
+    int* pIndexX, int* pIndexY);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiMaxIndx_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32f pMax[3], int pIndexX[3], int pIndexY[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiMaxIndx_32f_C4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32f pMax[4], int pIndexX[4], int pIndexY[4]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMaxIndx_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32f pMax[3], int pIndexX[3], int pIndexY[3]);
+/// @}
+
+/// @name Counts of samples within a range
+///
+/// Counts the samples of each channel that are neither below the lower bound nor above the upper one. `AC4`
+/// forms leave alpha out.
+///
+/// Rows of `32f` advance by whole samples: what a step holds beyond them is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pCounts`: The numbers of samples within the bounds.
+/// - `lowerBound`: The lower bound, itself within: a sample in `C1` forms, else one sample a channel.
+/// - `upperBound`: The upper bound, itself within, of the same form.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadStep (-14) if a step is below 1, @ref zopStatusBadSize (-6) if a width or height is below 1,
+/// @ref zopStatusBadRange (-7) if a lower bound is not at or below its upper bound. After a failed check
+/// nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiCountInRange_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    int* pCounts, Zop8u lowerBound, Zop8u upperBound);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiCountInRange_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    int pCounts[3], const Zop8u lowerBound[3], const Zop8u upperBound[3]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiCountInRange_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    int pCounts[3], const Zop8u lowerBound[3], const Zop8u upperBound[3]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiCountInRange_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    int* pCounts, Zop32f lowerBound, Zop32f upperBound);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiCountInRange_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    int pCounts[3], const Zop32f lowerBound[3], const Zop32f upperBound[3]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiCountInRange_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    int pCounts[3], const Zop32f lowerBound[3], const Zop32f upperBound[3]);
+/// @}
+
 #ifdef __cplusplus
 }
 #endif

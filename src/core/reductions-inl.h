@@ -161,6 +161,32 @@ struct ChannelSums<Tag<uint8_t>, 1, Term> {
   }
 };
 
+// The same for terms that are wide already and small: 0 or 1.
+template <int kChannels, class Term>
+struct ChannelSums<Tag<uint32_t>, kChannels, Term> {
+  using D = Tag<uint32_t>;
+  static constexpr std::ptrdiff_t kSteps = UINT32_MAX;
+  std::int64_t* sums;
+  hn::Vec<D> parts[kStep<D>];
+
+  HWY_INLINE explicit ChannelSums(std::int64_t* out) : sums(out) { clear(); }
+
+  template <int K, class M, class... V>
+  HWY_INLINE void take(M mask, V... v) {
+    const D d;
+    parts[K] = hn::Add(parts[K], lanesOr(d, mask, Term()(d, v...), hn::Zero(d)));
+  }
+  HWY_INLINE void flush() {
+    forPlaces<D>([&](auto k) HWY_ATTR { addLanes<D, kChannels>(D(), parts[k], k, 0, 1, sums); });
+    clear();
+  }
+
+ private:
+  HWY_INLINE void clear() {
+    forPlaces<D>([&](auto k) HWY_ATTR { parts[k] = hn::Zero(D()); });
+  }
+};
+
 // Sums in double precision whose order is laid down: each of `kChains` has every kChains-th sample of a row,
 // one after the other. A chain waits for each addition, so this is as fast as additions follow each other.
 template <int kChains, class Term, class... S>

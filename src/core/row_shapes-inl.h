@@ -78,6 +78,8 @@ struct Watch {
   bool* met;
   HWY_INLINE Watch(bool* out) : met(out) {}
 
+  HWY_INLINE Watch(bool* out) : met(out) {}
+
   template <class D, class M>
   HWY_INLINE bool see(D d, M mask) const {
     if (HWY_LIKELY(hn::AllFalse(d, mask))) return false;
@@ -123,8 +125,8 @@ HWY_INLINE void storePart(D d, V v, hn::TFromD<D>* out, std::ptrdiff_t n) {
 
 // Operands of a map. `at(i, k)` is the vector at sample i, k vectors behind the place that `begin` and
 // `advance` have reached. `edge<kRepeat>(i, n)` is the vector of n samples at any sample i. `held` is the
-// operand for a loop of long steps. D is
-// the tag of its vectors, whose samples may be narrower than the lanes that an operation works in.
+// operand for a loop of long steps. D is the tag of its vectors, whose samples may be narrower than the lanes
+// that an operation works in.
 template <class D>
 struct ImageOperand {
   using T = hn::TFromD<D>;
