@@ -76,7 +76,6 @@ using LaneTag = Tag<typename LaneOf<Op, T>::Type>;
 // branch costs less than to carry a vector along.
 struct Watch {
   bool* met;
-  HWY_INLINE Watch(bool* out) : met(out) {}
 
   HWY_INLINE Watch(bool* out) : met(out) {}
 
