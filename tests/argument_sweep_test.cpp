@@ -68,6 +68,10 @@ const std::vector<OwnCheck> kOwnChecks = {
      }},
     {"checkMode(cmpOp)", "cmpOp", zopStatusUnsupportedMode,
      [](const Argument&) { return std::vector<Value>{-1, 1, 2, 3, 5, INT32_MIN}; }},
+    {"checkScaleRange(vMin,vMax)", "vMax", zopStatusBadScaleRange,
+     [](const Argument&) {
+       return std::vector<Value>{0.0f, -1e-45f, -HUGE_VALF, NAN};
+     }},
     {"checkThresholds(thresholdLT,thresholdGT)", "thresholdLT", zopStatusBadThresholds, tooHigh},
     {"checkAlphaType(alphaType)", "alphaType", zopStatusBadAlphaType, unknownAlphaTypes},
 };

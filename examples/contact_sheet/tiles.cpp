@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -207,6 +208,17 @@ Image posterised(const Image& picture) {
   return tile;
 }
 
+// Numbers from 0 to 1, of which the middle becomes full scale.
+Image stretched(const Image& picture) {
+  const ZopImageSize size = picture.size;
+  const int step = size.width * 3 * static_cast<int>(sizeof(Zop32f));
+  std::vector<Zop32f> numbers(static_cast<std::size_t>(size.width) * 3 * size.height);
+  check(zopiScale_8u32f_C3R(picture.data(), picture.step, numbers.data(), step, size, 0.0f, 1.0f));
+  Image tile = newColourImage(size);
+  check(zopiScale_32f8u_C3R(numbers.data(), step, tile.data(), tile.step, size, 0.2f, 0.7f));
+  return tile;
+}
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -227,6 +239,7 @@ constexpr Tile kTiles[] = {
     {"Ink where neighbours differ", "zopiCompareC_8u_C3R, zopiSet_8u_C3MR", inkedWhereDifferent},
     {"Over a ramp, fading outwards", "zopiAlphaComp_8u_AP4R, zopiCopy_8u_P3C3R", composedOverRamp},
     {"Four levels a channel", "zopiAndC_8u_C3R, zopiOrC_8u_C3IR", posterised},
+    {"Contrast stretched", "zopiScale_8u32f_C3R, zopiScale_32f8u_C3R", stretched},
 };
 
 }  // namespace

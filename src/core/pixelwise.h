@@ -12,13 +12,17 @@
 
 namespace zopi {
 
-// The rows of an operation on one image. `written` is all ones for the samples that change. What no plan asks
-// for may be null. `P` are the operation's parameters.
-template <class T, class... P>
-struct UnaryRow {
-  void (*image)(Image<const T> a, Image<T> out, Extent e, P... parameters);
-  void (*imageKeeping)(const Pattern<T>& written, Image<const T> a, Image<T> out, Extent e, P... parameters);
+// The rows of an operation that makes samples T of samples S. `written` is all ones for the samples that
+// change. What no plan asks for may be null. `P` are the operation's parameters.
+template <class S, class T, class... P>
+struct ConversionRow {
+  void (*image)(Image<const S> a, Image<T> out, Extent e, P... parameters);
+  void (*imageKeeping)(const Pattern<T>& written, Image<const S> a, Image<T> out, Extent e, P... parameters);
 };
+
+// The rows of an operation on one image.
+template <class T, class... P>
+using UnaryRow = ConversionRow<T, T, P...>;
 
 // The same for two operands, the first of which may be a constant.
 template <class T, class... P>
@@ -52,19 +56,18 @@ Extent realExtent(ZopImageSize size) {
 }
 
 // out = op(a). On the calling thread.
-template <class Layout, class T, class... P>
-void mapImage(const UnaryRow<Real<T>, P...>& rows, Image<const T> a, std::type_identity_t<Image<T>> out,
+template <class Layout, class S, class T, class... P>
+void mapImage(const ConversionRow<Real<S>, Real<T>, P...>& rows, Image<const S> a, Image<T> out,
               ZopImageSize size, std::type_identity_t<P>... parameters) {
-  using R = Real<T>;
   walkSerial(
       realExtent<Layout, T>(size),
-      [&](Image<const R> p, Image<R> r, Extent e) {
+      [&](Image<const Real<S>> p, Image<Real<T>> r, Extent e) {
         if constexpr (Layout::colours < Layout::channels)
           rows.imageKeeping(kWritten<Layout, T>, p, r, e, parameters...);
         else
           rows.image(p, r, e, parameters...);
       },
-      a.template as<R>(), out.template as<R>());
+      a.template as<Real<S>>(), out.template as<Real<T>>());
 }
 
 // Rows are shared where `parallel` says so, never by forms that keep alpha. Where the compiler knows that

@@ -32,6 +32,8 @@ inline constexpr std::ptrdiff_t kLanes = hn::MaxLanes(D());
 template <class D>
 inline constexpr int kStep = kLanes<D> % 8 == 0 ? 3 : kPatternSamples / static_cast<int>(kLanes<D>);
 
+// An operation gives back samples, or integer lanes wider than samples, of which the low bits are stored.
+//
 // What an operation may say of itself: how many samples belong together (a complex sample is two), so that no
 // vector may part them; that it is so short that a loop gains from long steps; that it watches the samples it
 // is given, so that no vector may hold anything else; and the type of its lanes, if that is not the samples'
@@ -209,6 +211,47 @@ struct PatternOperand {
     std::memcpy(out, samples + i % kPatternSamples, Count * sizeof(T));
   }
 };
+template <class S>
+constexpr bool hasPhase() {
+  return requires(S s) { s.phase; };
+}
+
+// Wide lanes as samples, by their low bits.
+template <class D, class V>
+HWY_INLINE hn::Vec<D> asSamples(D d, V v) {
+  using Lane = hn::TFromV<V>;
+  if constexpr (sizeof(Lane) == sizeof(hn::TFromD<D>)) {
+    return v;
+  } else {
+    const auto bits = hn::BitCast(hn::Rebind<std::make_unsigned_t<Lane>, D>(), v);
+    return hn::BitCast(d, hn::TruncateTo(hn::RebindToUnsigned<D>(), bits));
+  }
+}
+
+// The same for as many vectors as make a whole one.
+template <class D, class V>
+HWY_INLINE hn::Vec<D> packed(D d, V a) {
+  return hn::BitCast(d, a);
+}
+template <class D, class V>
+HWY_INLINE hn::Vec<D> packed(D d, V a, V b) {
+  return hn::ConcatEven(d, hn::BitCast(d, b), hn::BitCast(d, a));
+}
+template <class D, class V>
+HWY_INLINE hn::Vec<D> packed(D d, V a, V b, V c, V e) {
+  const hn::RepartitionToWide<D> dw;
+  return packed(d, packed(dw, a, b), packed(dw, c, e));
+}
+template <class D, class V>
+HWY_INLINE hn::Vec<D> packed(D d, V a, V b, V c, V e, V f, V g, V h, V i) {
+  const hn::RepartitionToWide<D> dw;
+  return packed(d, packed(dw, a, b, c, e), packed(dw, f, g, h, i));
+}
+
+// How many vectors of an operation's results make one of samples.
+template <class T, class D, class Op, class... S>
+inline constexpr int kPacks =
+    sizeof(hn::TFromV<decltype(std::declval<Op>()(D(), std::declval<S>().at(0, 0)...))>) / sizeof(T);
 
 // The same constant for every sample.
 template <class D>
@@ -249,7 +292,7 @@ HWY_INLINE void mapVectors(D d, const Op& op, T* out, bool stream, std::ptrdiff_
                            std::integer_sequence<int, K...>, const S&... s) {
   constexpr std::ptrdiff_t N = kLanes<D>;
   constexpr SamplesOf<T, D> samples;
-  const auto one = [&](int k) HWY_ATTR { return op(d, s.at(i + k * N, k)...); };
+  const auto one = [&](int k) HWY_ATTR { return asSamples(samples, op(d, s.at(i + k * N, k)...)); };
   const hn::Vec<SamplesOf<T, D>> results[] = {one(K)...};
   if (HWY_UNLIKELY(stream)) {
     (store<true>(samples, results[K], out + i + K * N), ...);
@@ -264,6 +307,28 @@ HWY_INLINE std::ptrdiff_t mapLongSteps(D d, const Op& op, T* out, std::ptrdiff_t
   constexpr std::ptrdiff_t kSamples = kStep<D> * kLanes<D>;
   for (; i + kSamples <= n; i += kSamples) {
     mapVectors(d, op, out, stream, i, std::make_integer_sequence<int, kStep<D>>(), s...);
+  }
+  return i;
+}
+
+// Vectors whose results are packed, and the few before them up to where a packed one is aligned.
+template <class D, class Op, class T, int... K, class... S>
+HWY_INLINE std::ptrdiff_t mapPacked(D d, const Op& op, T* out, std::ptrdiff_t i, std::ptrdiff_t n,
+                                    bool stream, std::integer_sequence<int, K...>, const S&... s) {
+  static_assert(!(hasPhase<S>() || ...), "a pattern would have to turn");
+  constexpr std::ptrdiff_t N = kLanes<D>, kSamples = sizeof...(K) * N;
+  const Tag<T> dt;
+  for (; i + N <= n && !isAligned(dt, out + i); i += N) {
+    mapVectors(d, op, out, stream, i, std::integer_sequence<int, 0>(), s...);
+  }
+  for (; i + kSamples <= n; i += kSamples) {
+    const auto one = [&](int k) HWY_ATTR { return op(d, s.at(i + k * N, k)...); };
+    const auto results = packed(dt, one(K)...);
+    if (HWY_UNLIKELY(stream)) {
+      store<true>(dt, results, out + i);
+    } else {
+      store<false>(dt, results, out + i);
+    }
   }
   return i;
 }
@@ -283,13 +348,19 @@ HWY_INLINE void mapRow(D d, const Op& op, T* out, std::ptrdiff_t n, bool stream,
   hn::Vec<SamplesOf<T, D>> first = hn::Zero(samples), last = first;
   for (int edges = (head > 0) + overlap; edges > 0; --edges) {
     first = last;
-    last = op(d, s.template edge<watches<Op>()>(edges == 2 || !overlap ? 0 : n - part, part)...);
+    const std::ptrdiff_t at = edges == 2 || !overlap ? 0 : n - part;
+    last = asSamples(samples, op(d, s.template edge<watches<Op>()>(at, part)...));
   }
 
   std::ptrdiff_t i = head;
   stream = stream && isAligned(samples, out + head);
   (s.begin(i), ...);
-  if constexpr (isShort<Op>()) i = mapLongSteps(d, op, out, i, n, stream, s.held()...);
+  constexpr int kPacked = kPacks<T, D, Op, S...>;
+  if constexpr (kPacked > 1) {
+    i = mapPacked(d, op, out, i, n, stream, std::make_integer_sequence<int, kPacked>(), s...);
+  } else if constexpr (isShort<Op>()) {
+    i = mapLongSteps(d, op, out, i, n, stream, s.held()...);
+  }
   for (; i + N <= n; i += N) {
     mapVectors(d, op, out, stream, i, std::integer_sequence<int, 0>(), s...);
     (s.advance(), ...);
@@ -338,14 +409,15 @@ struct Keeping {
   Op op;
   template <class D, class V, class... Rest>
   HWY_INLINE V operator()(D d, V old, V written, Rest... rest) const {
+    const hn::DFromV<V> samples;
     if constexpr (watches<Op>()) {
-      const auto one = hn::Set(hn::DFromV<V>(), 1);
-      return hn::IfVecThenElse(written, op(d, hn::IfVecThenElse(written, rest, one)...), old);
+      const auto one = hn::Set(samples, 1);
+      const auto results = op(d, hn::IfVecThenElse(written, rest, one)...);
+      return hn::IfVecThenElse(written, asSamples(samples, results), old);
     } else {
-      return hn::IfVecThenElse(written, op(d, rest...), old);
+      return hn::IfVecThenElse(written, asSamples(samples, op(d, rest...)), old);
     }
   }
-  HWY_INLINE void report() const requires(watches<Op>()) { op.report(); }
 };
 
 // Writes the first `Colours` of every `Channels` samples and leaves the others untouched: nothing is stored
