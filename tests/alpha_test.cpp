@@ -116,8 +116,7 @@ class Alpha : public testing::TestWithParam<const char*> {};
 
 TEST_P(Alpha, EqualsTheReferenceAtEveryShape) {
   const bool composes = std::string(GetParam()).starts_with("AlphaComp");
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;  // no threads here
+  sweep::onEveryTarget([&] {
     for (const registry::Function* f : sweep::functionsOf(GetParam())) {
       int next = 0;
       for (const sweep::Shape& shape : sweep::shapes(*f)) {

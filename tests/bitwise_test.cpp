@@ -36,8 +36,7 @@ ZopStatus reference(const Call& call) {
 class Bitwise : public testing::TestWithParam<const char*> {};
 
 TEST_P(Bitwise, EqualsTheReferenceAtEveryShape) {
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;  // no threads here
+  sweep::onEveryTarget([&] {
     for (const registry::Function* f : sweep::functionsOf(GetParam())) {
       const std::string type = f->sourceType;
       const auto plain = type == "8u"    ? reference<Zop8u>
@@ -64,8 +63,7 @@ TEST(SignAndMagnitude, EqualsTheReferenceAtEveryShape) {
     }
     return zopStatusOk;
   };
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;
+  sweep::onEveryTarget([&] {
     for (const registry::Function* f : sweep::functionsOf("Complement")) {
       sweep::run(*f, {}, plain, sweep::shapes(*f));
     }

@@ -80,13 +80,10 @@ TEST_P(Comparisons, EqualTheReferenceAtEveryShape) {
   for (const Zop32f eps : {1.0f, 0.0f, 3.0f, kNaN, 1e30f, kDenormal, kInfinity}) {
     if (near) parameters.push_back({eps});
   }
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;  // no threads here
+  sweep::onEveryTarget([&] {
     for (const registry::Function* f : sweep::functionsOf(GetParam())) {
-      const std::string type = f->sourceType;
-      const auto plain = type == "8u"    ? reference<Zop8u>
-                         : type == "16s" ? reference<Zop16s>
-                                         : reference<Zop32f>;
+      const auto plain =
+          sweep::bySample<Zop8u, Zop16s, Zop32f>(*f, [](auto sample) { return reference<decltype(sample)>; });
       std::size_t next = 0;
       for (const sweep::Shape& shape : sweep::shapes(*f)) {
         const sweep::Options options = {{parameters[next % 7], parameters[(next + 3) % 7]}, {{}}};
@@ -108,8 +105,7 @@ TEST(ComparisonsExhaustive, AllPairsOfBytes) {
     a[i] = static_cast<Zop8u>(i);
     b[i] = static_cast<Zop8u>(i >> 8);
   }
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;
+  sweep::onEveryTarget([&] {
     for (int op = 0; op <= 4; ++op) {
       ASSERT_EQ(zopStatusOk,
                 zopiCompare_8u_C1R(a.data(), 256, b.data(), 256, images.data(), 256, {256, 256}, op));
@@ -129,8 +125,7 @@ TEST(ComparisonsExhaustive, AllPairsOfBytes) {
 // numbers.
 TEST(ComparisonsOfFloats, AllPairsOfEdges) {
   const int n = static_cast<int>(kEdges.size());
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;
+  sweep::onEveryTarget([&] {
     for (const Zop32f b : kEdges) {
       const std::vector<Zop32f> others(n, b);
       std::vector<Zop32f> pixels(3 * n, 0.0f), otherPixels(3 * n, 0.0f);

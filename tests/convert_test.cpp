@@ -48,8 +48,7 @@ const std::pair<const char*, sweep::Reference> kPairs[] = {
 };
 
 TEST(Convert, EqualsTheReferenceAtEveryShape) {
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;  // no threads here
+  sweep::onEveryTarget([&] {
     std::size_t functions = 0;
     for (const auto& [types, expected] : kPairs) {
       for (const registry::Function* f : sweep::functionsOf("Convert")) {

@@ -41,8 +41,7 @@ ZopStatus reference(const Call& call) {
 class Moves : public testing::TestWithParam<const char*> {};
 
 TEST_P(Moves, EqualTheReferenceAtEveryShape) {
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;  // no threads here
+  sweep::onEveryTarget([&] {
     for (const registry::Function* f : sweep::functionsOf(GetParam())) {
       const std::string type = f->sourceType;
       const auto plain = type == "8u"    ? reference<Zop8u>

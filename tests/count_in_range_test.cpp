@@ -34,26 +34,19 @@ ZopStatus reference(const Call& call) {
   return zopStatusOk;
 }
 
-template <class T>
-std::vector<unsigned char> bytesOf(std::initializer_list<T> values) {
-  std::vector<unsigned char> bytes(values.size() * sizeof(T));
-  std::memcpy(bytes.data(), values.begin(), bytes.size());
-  return bytes;
-}
-
 TEST(CountsInRange, EqualTheReferenceAtEveryShape) {
-  sweep::onEveryTargetAndTeam([](bool everyShape) {
-    if (!everyShape) return;  // no threads here
+  sweep::onEveryTarget([] {
     for (const registry::Function* f : sweep::functionsOf("CountInRange")) {
       const bool bytes = f->sourceType == std::string("8u");
       sweep::Options options;
       if (bytes) {
-        options.constants = {{bytesOf<Zop8u>({10, 0, 255}), bytesOf<Zop8u>({200, 255, 255})},
-                             {bytesOf<Zop8u>({1, 90, 77}), bytesOf<Zop8u>({1, 89, 78})}};
+        options.constants = {{sweep::bytesOf<Zop8u>({10, 0, 255}), sweep::bytesOf<Zop8u>({200, 255, 255})},
+                             {sweep::bytesOf<Zop8u>({1, 90, 77}), sweep::bytesOf<Zop8u>({1, 89, 78})}};
       } else {
         const float infinity = std::numeric_limits<float>::infinity();
-        options.constants = {{bytesOf({-100.0f, -infinity, 0.0f}), bytesOf({3.0f, 0.0f, infinity})},
-                             {bytesOf({0.0f, 1.0f, -0.0f}), bytesOf({-0.0f, 7.0f, 0.0f})}};
+        options.constants = {
+            {sweep::bytesOf({-100.0f, -infinity, 0.0f}), sweep::bytesOf({3.0f, 0.0f, infinity})},
+            {sweep::bytesOf({0.0f, 1.0f, -0.0f}), sweep::bytesOf({-0.0f, 7.0f, 0.0f})}};
       }
       for (sweep::Shape shape : sweep::shapes(*f)) {
         if (!bytes) shape.padding -= shape.padding % 4;  // what is beyond whole samples is dropped

@@ -64,17 +64,14 @@ class Exponentials : public testing::TestWithParam<const char*> {};
 
 TEST_P(Exponentials, EqualTheReferenceAtEveryShape) {
   const std::vector<int> scales = {0, 1, -1, 4, -5, -11, 9};
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;  // no threads here
+  sweep::onEveryTarget([&] {
     for (const registry::Function* f : sweep::functionsOf(GetParam())) {
-      const std::string type = f->sourceType;
-      const auto plain = type == "8u"    ? reference<Zop8u>
-                         : type == "16s" ? reference<Zop16s>
-                                         : reference<Zop32f>;
+      const auto plain =
+          sweep::bySample<Zop8u, Zop16s, Zop32f>(*f, [](auto sample) { return reference<decltype(sample)>; });
       int next = 0;
       for (const sweep::Shape& shape : sweep::shapes(*f)) {
         sweep::Options options;
-        if (type != "32f") options.parameters = {{scales[next++ % scales.size()]}};
+        if (f->sourceType != std::string("32f")) options.parameters = {{scales[next++ % scales.size()]}};
         sweep::run(*f, options, plain, {shape});
         if (HasFailure()) return;
       }
@@ -85,29 +82,18 @@ TEST_P(Exponentials, EqualTheReferenceAtEveryShape) {
 INSTANTIATE_TEST_SUITE_P(Operations, Exponentials, testing::Values("Ln", "Exp"),
                          [](const auto& each) { return std::string(each.param); });
 
-template <class T, class Function>
-void compareAllSamples(Function function, T (*expected)(T, int), const std::vector<int>& scales) {
-  std::vector<T> samples(std::size_t{1} << (8 * sizeof(T))), out(samples.size());
-  for (std::size_t i = 0; i < samples.size(); ++i) samples[i] = static_cast<T>(i);
-  const int n = static_cast<int>(samples.size()), step = n * static_cast<int>(sizeof(T));
-  for (const int s : scales) {
-    ASSERT_GE(function(samples.data(), step, out.data(), step, {n, 1}, s), zopStatusOk);
-    for (int i = 0; i < n; ++i) ASSERT_EQ(expected(samples[i], s), out[i]) << samples[i] << " at scale " << s;
-  }
-}
-
 TEST(ExponentialsExhaustive, AllSamplesAtAllScales) {
   std::vector<int> scales = {INT32_MIN, -100000, -1000, 1000, 100000, INT32_MAX};
   for (int s = -17; s <= 17; ++s) scales.push_back(s);
-  compareAllSamples<Zop8u>(zopiLn_8u_C1RSfs, logarithm<Zop8u>, scales);
-  compareAllSamples<Zop16s>(zopiLn_16s_C1RSfs, logarithm<Zop16s>, scales);
+  sweep::compareAllSamples<Zop8u>(zopiLn_8u_C1RSfs, logarithm<Zop8u>, scales);
+  sweep::compareAllSamples<Zop16s>(zopiLn_16s_C1RSfs, logarithm<Zop16s>, scales);
   // Exponentials leave the range of numbers, on both sides, before scales do.
   for (const int s :
        {-47000, -20000, -901, -900, -899, -30, 30, 100, 300, 367, 899, 900, 901, 20000, 47270}) {
     scales.push_back(s);
   }
-  compareAllSamples<Zop8u>(zopiExp_8u_C1RSfs, exponential<Zop8u>, scales);
-  compareAllSamples<Zop16s>(zopiExp_16s_C1RSfs, exponential<Zop16s>, scales);
+  sweep::compareAllSamples<Zop8u>(zopiExp_8u_C1RSfs, exponential<Zop8u>, scales);
+  sweep::compareAllSamples<Zop16s>(zopiExp_16s_C1RSfs, exponential<Zop16s>, scales);
 }
 
 // Numbers of every magnitude, and the neighbours of those where a result is hardest to round.

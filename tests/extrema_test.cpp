@@ -41,13 +41,10 @@ ZopStatus reference(const Call& call) {
 class Extrema : public testing::TestWithParam<const char*> {};
 
 TEST_P(Extrema, EqualTheReferenceAtEveryShape) {
-  sweep::onEveryTargetAndTeam([](bool everyShape) {
-    if (!everyShape) return;  // no threads here
+  sweep::onEveryTarget([] {
     for (const registry::Function* f : sweep::functionsOf(GetParam())) {
-      const std::string type = f->sourceType;
-      const auto plain = type == "8u"    ? reference<Zop8u>
-                         : type == "16s" ? reference<Zop16s>
-                                         : reference<Zop32f>;
+      const auto plain =
+          sweep::bySample<Zop8u, Zop16s, Zop32f>(*f, [](auto sample) { return reference<decltype(sample)>; });
       auto shapes = sweep::shapes(*f);
       shapes.push_back({13000, 3, 0, {}});  // more than a stretch, with and without gaps
       shapes.push_back({13000, 2, 8, {}});

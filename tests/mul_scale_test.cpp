@@ -22,8 +22,7 @@ ZopStatus reference(const sweep::Call& call) {
 }
 
 TEST(FractionsOfFullScale, EqualTheReferenceAtEveryShape) {
-  sweep::onEveryTargetAndTeam([](bool everyShape) {
-    if (!everyShape) return;  // no threads here
+  sweep::onEveryTarget([] {
     for (const char* operation : {"MulScale", "MulCScale"}) {
       for (const registry::Function* f : sweep::functionsOf(operation)) {
         const bool bytes = f->sourceType == std::string("8u");

@@ -66,30 +66,23 @@ ZopStatus reference(const Call& call) {
   return negative ? zopStatusSqrtNegative : zopStatusOk;
 }
 
-sweep::Reference referenceFor(const registry::Function& f) {
-  const std::string type = f.sourceType;
-  if (type == "8u") return reference<Zop8u>;
-  if (type == "16u") return reference<Zop16u>;
-  if (type == "16s") return reference<Zop16s>;
-  return reference<Zop32f>;
-}
-
 class Powers : public testing::TestWithParam<const char*> {};
 
 TEST_P(Powers, EqualTheReferenceAtEveryShape) {
   const std::vector<int> scales = {0, 1, 3, 4, 9, -1, -3, -4, -9};
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;  // no threads here
+  sweep::onEveryTarget([&] {
     for (const registry::Function* f : sweep::functionsOf(GetParam())) {
       // But for C4 forms, rows are whole samples apart: a step keeps what it has beyond them from the
       // reference.
       const int samples = f->sourceLayout == std::string("C4") ? 1 : f->arguments[0].sampleBytes;
+      const auto plain = sweep::bySample<Zop8u, Zop16u, Zop16s, Zop32f>(
+          *f, [](auto sample) { return reference<decltype(sample)>; });
       int next = 0;
       for (sweep::Shape shape : sweep::shapes(*f)) {
         shape.padding -= shape.padding % samples;
         sweep::Options options;
         if (f->sourceType != std::string("32f")) options.parameters = {{scales[next++ % scales.size()]}};
-        sweep::run(*f, options, referenceFor(*f), {shape});
+        sweep::run(*f, options, plain, {shape});
         if (HasFailure()) return;
       }
     }
@@ -99,28 +92,17 @@ TEST_P(Powers, EqualTheReferenceAtEveryShape) {
 INSTANTIATE_TEST_SUITE_P(Operations, Powers, testing::Values("Sqr", "Sqrt"),
                          [](const auto& each) { return std::string(each.param); });
 
-template <class T, class Function>
-void compareAllSamples(Function function, T (*expected)(T, int), const std::vector<int>& scales) {
-  std::vector<T> samples(std::size_t{1} << (8 * sizeof(T))), out(samples.size());
-  for (std::size_t i = 0; i < samples.size(); ++i) samples[i] = static_cast<T>(i);
-  const int n = static_cast<int>(samples.size()), step = n * static_cast<int>(sizeof(T));
-  for (const int s : scales) {
-    ASSERT_GE(function(samples.data(), step, out.data(), step, {n, 1}, s), zopStatusOk);
-    for (int i = 0; i < n; ++i) ASSERT_EQ(expected(samples[i], s), out[i]) << samples[i] << " at scale " << s;
-  }
-}
-
 // All samples at all scales that change anything.
 TEST(PowersExhaustive, AllSamplesAtAllScales) {
   std::vector<int> scales;
   for (int s = -20; s <= 36; ++s) scales.push_back(s);
   for (const int s : {INT32_MIN, -1000, 1000, INT32_MAX}) scales.push_back(s);
-  compareAllSamples<Zop8u>(zopiSqr_8u_C1RSfs, square<Zop8u>, scales);
-  compareAllSamples<Zop16u>(zopiSqr_16u_C1RSfs, square<Zop16u>, scales);
-  compareAllSamples<Zop16s>(zopiSqr_16s_C1RSfs, square<Zop16s>, scales);
-  compareAllSamples<Zop8u>(zopiSqrt_8u_C1RSfs, root<Zop8u>, scales);
-  compareAllSamples<Zop16u>(zopiSqrt_16u_C1RSfs, root<Zop16u>, scales);
-  compareAllSamples<Zop16s>(zopiSqrt_16s_C1RSfs, root<Zop16s>, scales);
+  sweep::compareAllSamples<Zop8u>(zopiSqr_8u_C1RSfs, square<Zop8u>, scales);
+  sweep::compareAllSamples<Zop16u>(zopiSqr_16u_C1RSfs, square<Zop16u>, scales);
+  sweep::compareAllSamples<Zop16s>(zopiSqr_16s_C1RSfs, square<Zop16s>, scales);
+  sweep::compareAllSamples<Zop8u>(zopiSqrt_8u_C1RSfs, root<Zop8u>, scales);
+  sweep::compareAllSamples<Zop16u>(zopiSqrt_16u_C1RSfs, root<Zop16u>, scales);
+  sweep::compareAllSamples<Zop16s>(zopiSqrt_16s_C1RSfs, root<Zop16s>, scales);
 }
 
 TEST(PowersByHand, TiesWarningsAndSteps) {

@@ -81,8 +81,7 @@ std::vector<std::vector<registry::Value>> parametersFor(const registry::Function
 }
 
 TEST(Scale, EqualsTheReferenceAtEveryShape) {
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;  // no threads here
+  sweep::onEveryTarget([&] {
     std::size_t functions = 0;
     for (const auto& [types, expected] : kPairs) {
       for (const registry::Function* f : sweep::functionsOf("Scale")) {

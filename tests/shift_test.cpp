@@ -61,8 +61,7 @@ const std::vector<sweep::Constants> kCounts = {
 class Shift : public testing::TestWithParam<const char*> {};
 
 TEST_P(Shift, EqualsTheReferenceAtEveryShape) {
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;  // no threads here
+  sweep::onEveryTarget([&] {
     for (const registry::Function* f : sweep::functionsOf(GetParam())) {
       std::size_t next = 0;
       for (const sweep::Shape& shape : sweep::shapes(*f)) {

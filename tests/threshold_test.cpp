@@ -136,8 +136,7 @@ void sweepOver(const registry::Function& f) {
 }
 
 TEST(Thresholds, EqualTheReferenceAtEveryShape) {
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;  // no threads here
+  sweep::onEveryTarget([&] {
     for (const registry::Function* f : sweep::functionsOf("Threshold")) {
       const std::string type = f->sourceType;
       if (type == "8u") sweepOver<Zop8u>(*f);
@@ -179,8 +178,7 @@ TEST(ThresholdsOfFloats, AllEdges) {
       }
     }
   };
-  sweep::onEveryTargetAndTeam([&](bool everyShape) {
-    if (!everyShape) return;
+  sweep::onEveryTarget([&] {
     for (const Zop32f low : kEdges) {
       const Zop32f lows[3] = {low, low, low};
       for (const int op : {zopCmpLess, zopCmpGreater}) {

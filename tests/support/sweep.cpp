@@ -304,13 +304,19 @@ std::vector<const Function*> functionsOf(const std::string& operation,
   return result;
 }
 
-void onEveryTargetAndTeam(const std::function<void(bool everyShape)>& body) {
+void onEveryTarget(const std::function<void()>& body) {
   const int team = omp_get_max_threads();
   omp_set_num_threads(1);
   targets::forEach([&](const std::string& name) {
     SCOPED_TRACE("on " + name);
-    body(true);
+    body();
   });
+  omp_set_num_threads(team);
+}
+
+void onEveryTargetAndTeam(const std::function<void(bool everyShape)>& body) {
+  onEveryTarget([&] { body(true); });
+  const int team = omp_get_max_threads();
   for (const int threads : {2, 3, 5}) {
     SCOPED_TRACE("with a team of " + std::to_string(threads));
     omp_set_num_threads(threads);

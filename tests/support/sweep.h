@@ -2,7 +2,10 @@
 // destinations with a plain reference.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -57,6 +60,28 @@ struct Call {
   int scaleFactor() const { return parameters.back().get<int>(); }
 };
 
+// The name of a sample type in the names of functions.
+template <class T>
+inline constexpr const char* kToken = "";
+template <>
+inline constexpr const char* kToken<Zop8u> = "8u";
+template <>
+inline constexpr const char* kToken<Zop8s> = "8s";
+template <>
+inline constexpr const char* kToken<Zop16u> = "16u";
+template <>
+inline constexpr const char* kToken<Zop16s> = "16s";
+template <>
+inline constexpr const char* kToken<Zop32s> = "32s";
+template <>
+inline constexpr const char* kToken<Zop32f> = "32f";
+template <>
+inline constexpr const char* kToken<Zop16sc> = "16sc";
+template <>
+inline constexpr const char* kToken<Zop32sc> = "32sc";
+template <>
+inline constexpr const char* kToken<Zop32fc> = "32fc";
+
 // What a reference writes where any not-a-number will do.
 Zop32f anyNaN();
 
@@ -93,12 +118,29 @@ void conversion(const Call& call, const F& f) {
 // must return.
 using Reference = std::function<ZopStatus(const Call& call)>;
 
+// The reference for a function's source samples, one of these types: `make(sample)` gives it, and looks only
+// at the type of the sample.
+template <class... T, class Make>
+Reference bySample(const registry::Function& function, const Make& make) {
+  Reference result;
+  ((function.sourceType == std::string(kToken<T>) && (result = make(T{}), true)) || ...);
+  return result;
+}
+
 // One shape of a call.
 struct Shape {
   int width, height;
   int padding;  // bytes between rows
   guarded::Placement placement;
 };
+
+// Samples as bytes, for constants.
+template <class T>
+std::vector<unsigned char> bytesOf(std::initializer_list<T> samples) {
+  std::vector<unsigned char> bytes(samples.size() * sizeof(T));
+  std::memcpy(bytes.data(), samples.begin(), bytes.size());
+  return bytes;
+}
 
 // For each constant argument its bytes, sample after sample; noise for what is left out.
 using Constants = std::vector<std::vector<unsigned char>>;
@@ -117,9 +159,25 @@ std::vector<Shape> shapes(const registry::Function& function);
 void run(const registry::Function& function, const Options& options, const Reference& reference,
          const std::vector<Shape>& shapes);
 
+// Calls a scaled function of one image on all samples there are, and compares it with `expected(sample,
+// scale)`.
+template <class T, class Function>
+void compareAllSamples(Function function, T (*expected)(T, int), const std::vector<int>& scales) {
+  std::vector<T> samples(std::size_t{1} << (8 * sizeof(T))), out(samples.size());
+  for (std::size_t i = 0; i < samples.size(); ++i) samples[i] = static_cast<T>(i);
+  const int n = static_cast<int>(samples.size()), step = n * static_cast<int>(sizeof(T));
+  for (const int s : scales) {
+    ASSERT_GE(function(samples.data(), step, out.data(), step, {n, 1}, s), zopStatusOk);
+    for (int i = 0; i < n; ++i) ASSERT_EQ(expected(samples[i], s), out[i]) << samples[i] << " at scale " << s;
+  }
+}
+
 // All functions of an operation, or those of them whose sources have one of these sample types.
 std::vector<const registry::Function*> functionsOf(const std::string& operation,
                                                    const std::vector<std::string>& types = {});
+
+// Runs `body` on every vector target with one thread: for functions that are never shared.
+void onEveryTarget(const std::function<void()>& body);
 
 // Runs `body` on every vector target with one thread, then on the best target with teams of 2, 3 and 5.
 void onEveryTargetAndTeam(const std::function<void(bool everyShape)>& body);
