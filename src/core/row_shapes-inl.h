@@ -308,6 +308,29 @@ HWY_INLINE void mapRows(D d, const Op& op, Image<T> out, Extent e, S&&... s) {
   if (e.stream) hwy::FlushStream();
 }
 
+// The same for rows of few vectors: one vector's width at a time, down all rows. Setting out on a row would
+// take longer than the row. The last vectors of rows overlap those before, so `out` must not be an operand,
+// unless what is stored there twice comes out the same.
+template <class D, class Op, class T, class... S>
+HWY_INLINE void mapColumns(D d, const Op& op, Image<T> out, Extent e, S&&... s) {
+  constexpr std::ptrdiff_t N = kLanes<D>;
+  for (std::ptrdiff_t next = 0; next < e.length; next += N) {
+    const std::ptrdiff_t i = HWY_MIN(next, e.length - N);
+    (s.begin(i), ...);
+    for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
+      (s.row(y), ...);
+      mapVectors(d, op, out.row(y), false, i, std::integer_sequence<int, 0>(), s...);
+    }
+  }
+}
+
+// Whether they are worth it: from a vector's width to what still lies in the innermost cache when the next
+// column comes.
+template <class D>
+constexpr bool inColumns(D, Extent e) {
+  return e.rows > 1 && e.length >= kLanes<D> && e.length < 4 * kLanes<D>;
+}
+
 // The operation of copies and fills.
 struct Same {
   static constexpr bool kShort = true;
