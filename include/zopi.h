@@ -5,9 +5,11 @@
 #define ZOPI_H_
 
 #include "zopi/arith.h"
+#include "zopi/border.h"
 #include "zopi/compare.h"
 #include "zopi/core.h"
 #include "zopi/move.h"
+#include "zopi/reorder.h"
 #include "zopi/status.h"
 #include "zopi/types.h"
 
