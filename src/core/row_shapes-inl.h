@@ -33,9 +33,10 @@ template <class D>
 inline constexpr int kStep = kLanes<D> % 8 == 0 ? 3 : kPatternSamples / static_cast<int>(kLanes<D>);
 
 // What an operation may say of itself: how many samples belong together (a complex sample is two), so that no
-// vector may part them; that it is so short that a loop gains from long steps; that it watches the samples it
-// is given, so that no vector may hold anything else; and the type of its lanes, if that is not the samples'
-// type.
+// vector may part them; that it is so short that a loop gains from long steps; that it is never in place, so
+// that samples may be stored before those that overlap them are read; that its rows run from their end to
+// their start, for operands that then read theirs forward; that it watches the samples it is given, so that
+// no vector may hold anything else; and the type of its lanes, if that is not the samples' type.
 template <class Op>
 constexpr int groupOf() {
   if constexpr (requires { Op::kGroup; })
@@ -51,6 +52,20 @@ constexpr bool isShort() {
     return false;
 }
 
+template <class Op>
+constexpr bool runsBackward() {
+  if constexpr (requires { Op::kBackward; })
+    return Op::kBackward;
+  else
+    return false;
+}
+template <class Op>
+constexpr bool isApart() {
+  if constexpr (requires { Op::kApart; })
+    return Op::kApart;
+  else
+    return false;
+}
 template <class Op>
 constexpr bool watches() {
   if constexpr (requires { Op::kWatches; })
@@ -266,6 +281,47 @@ HWY_INLINE std::ptrdiff_t mapLongSteps(D d, const Op& op, T* out, std::ptrdiff_t
   return i;
 }
 
+// The same from sample `end` down to sample `head`.
+template <class D, class Op, class T, class... S>
+HWY_INLINE std::ptrdiff_t mapLongStepsBackward(D d, const Op& op, T* out, std::ptrdiff_t head,
+                                               std::ptrdiff_t end, bool stream, const S&... s) {
+  constexpr std::ptrdiff_t kSamples = kStep<D> * kLanes<D>;
+  for (; end - head >= kSamples; end -= kSamples) {
+    mapVectors(d, op, out, stream, end - kSamples, std::make_integer_sequence<int, kStep<D>>(), s...);
+  }
+  return end;
+}
+
+// The whole vectors of a row from sample `head` to sample `end`, the last one first.
+template <class D, class Op, class T, class... S>
+HWY_INLINE void mapBackward(D d, const Op& op, T* out, std::ptrdiff_t head, std::ptrdiff_t end, bool stream,
+                            S&... s) {
+  constexpr std::ptrdiff_t N = kLanes<D>;
+  if (isShort<Op>() && end - head >= kStep<D> * N) {
+    (s.begin(end - kStep<D> * N), ...);
+    end = mapLongStepsBackward(d, op, out, head, end, stream, s.held()...);
+  }
+  for (; end > head; end -= N) {
+    (s.begin(end - N), ...);
+    mapVectors(d, op, out, stream, end - N, std::integer_sequence<int, 0>(), s...);
+  }
+}
+
+// The whole vectors of a row, from sample `head` on.
+template <class D, class Op, class T, class... S>
+HWY_INLINE void mapInner(D d, const Op& op, T* out, std::ptrdiff_t head, std::ptrdiff_t n, bool stream,
+                         S&... s) {
+  constexpr std::ptrdiff_t N = kLanes<D>;
+  if constexpr (runsBackward<Op>()) return mapBackward(d, op, out, head, n - (n - head) % N, stream, s...);
+  std::ptrdiff_t i = head;
+  (s.begin(i), ...);
+  if constexpr (isShort<Op>()) i = mapLongSteps(d, op, out, i, n, stream, s.held()...);
+  for (; i + N <= n; i += N) {
+    mapVectors(d, op, out, stream, i, std::integer_sequence<int, 0>(), s...);
+    (s.advance(), ...);
+  }
+}
+
 // One row of a map. The arithmetic stands in the loops, whose stores are aligned, and once more for the
 // vectors at the edges, which overlap those of the loop. In place, the edges must be read before the loop
 // changes their samples and stored after it has read them.
@@ -278,20 +334,26 @@ HWY_INLINE void mapRow(D d, const Op& op, T* out, std::ptrdiff_t n, bool stream,
   const std::ptrdiff_t head = n >= 4 * N ? toAlignment<groupOf<Op>()>(samples, out) : 0;
   const bool overlap = (n - head) % N != 0;
 
+  stream = stream && isAligned(samples, out + head);
+  if constexpr (isApart<Op>()) {
+    // In the order of the row: lines that are stored once do not wait for each other.
+    const auto storeEdge = [&](std::ptrdiff_t i) HWY_ATTR {
+      storePart(samples, op(d, s.template edge<watches<Op>()>(i, part)...), out + i, part);
+    };
+    constexpr bool backward = runsBackward<Op>();
+    if (backward ? overlap : head > 0) storeEdge(backward ? n - part : 0);
+    mapInner(d, op, out, head, n, stream, s...);
+    if (backward ? head > 0 : overlap) storeEdge(backward ? 0 : n - part);
+    return;
+  }
+
   hn::Vec<SamplesOf<T, D>> first = hn::Zero(samples), last = first;
   for (int edges = (head > 0) + overlap; edges > 0; --edges) {
     first = last;
     last = op(d, s.template edge<watches<Op>()>(edges == 2 || !overlap ? 0 : n - part, part)...);
   }
 
-  std::ptrdiff_t i = head;
-  stream = stream && isAligned(samples, out + head);
-  (s.begin(i), ...);
-  if constexpr (isShort<Op>()) i = mapLongSteps(d, op, out, i, n, stream, s.held()...);
-  for (; i + N <= n; i += N) {
-    mapVectors(d, op, out, stream, i, std::integer_sequence<int, 0>(), s...);
-    (s.advance(), ...);
-  }
+  mapInner(d, op, out, head, n, stream, s...);
 
   if (head > 0) hn::StoreU(overlap ? first : last, samples, out);
   if (overlap) storePart(samples, last, out + n - part, part);
@@ -328,12 +390,13 @@ HWY_INLINE void mapColumns(D d, const Op& op, Image<T> out, Extent e, S&&... s) 
 // column comes.
 template <class D>
 constexpr bool inColumns(D, Extent e) {
-  return e.rows > 1 && e.length >= kLanes<D> && e.length < 4 * kLanes<D>;
+  return e.rows > 1 && e.length >= kLanes<D> && e.length <= 4 * kLanes<D>;
 }
 
 // The operation of copies and fills.
 struct Same {
   static constexpr bool kShort = true;
+  static constexpr bool kApart = true;
   template <class D, class V>
   HWY_INLINE V operator()(D, V v) const {
     return v;

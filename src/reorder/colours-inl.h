@@ -17,10 +17,12 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 // Colours from the first image, alpha from the second, in bytes.
-template <int kPixelBytes>
+template <int kPixelBytes, bool kMirrored = false>
 struct ColoursOver {
   static constexpr bool kShort = true;
+  static constexpr bool kApart = true;  // what is stored twice comes out the same
   static constexpr int kGroup = kPixelBytes;
+  static constexpr bool kBackward = kMirrored;
   hn::Vec<Tag<uint8_t>> colours;
 
   HWY_INLINE ColoursOver() {

@@ -47,6 +47,7 @@ auto rowsOf(Image<T> image) {
   return image.template as<std::uint8_t>();
 }
 
+// Destinations are walked downwards, which the caches like better.
 template <class Layout, class T>
 ZopStatus mirror(Image<const T> source, Image<T> destination, ZopImageSize size, int flip) {
   using Move = Moves<Layout, T>;
@@ -55,13 +56,13 @@ ZopStatus mirror(Image<const T> source, Image<T> destination, ZopImageSize size,
   Extent e = {size.width * Move::kPixelBytes, size.height};
   e.stream = walk::streams(e, src, dst);
   if (flip == kUpsideDown) {
-    Move::copy(src, upwards(dst, size.height), e);
+    Move::copy(upwards(src, size.height), dst, e);
   } else if (flip == kLeftRight) {
     Move::reverse(src, dst, e);
   } else if (walk::gapFree(e.length, src) && walk::gapFree(e.length, dst)) {
     Move::reverse(src, dst, {e.length * e.rows, 1, e.stream});
   } else {
-    Move::reverse(src, upwards(dst, size.height), e);
+    Move::reverse(upwards(src, size.height), dst, e);
   }
   return zopStatusOk;
 }

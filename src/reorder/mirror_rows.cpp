@@ -65,7 +65,7 @@ struct MirroredOperand {
 
 template <int kPixel>
 void rowMirror(Image<const uint8_t> src, Image<uint8_t> dst, Extent e) {
-  const SameGroups<kPixel> same;
+  const SameGroups<kPixel, true> same;
   MirroredOperand<kPixel> from(src, e.length);
   if (inColumns(D(), e)) return mapColumns(D(), same, dst, e, from);
   mapRows(D(), same, dst, e, from);
@@ -81,7 +81,7 @@ void rowMirrorTriples(Image<const uint8_t> src, Image<uint8_t> dst, Extent e) {
 
 template <int kPixel>
 void rowMirrorColours(Image<const uint8_t> src, Image<uint8_t> dst, Extent e) {
-  const ColoursOver<kPixel> coloursOver;
+  const ColoursOver<kPixel, true> coloursOver;
   MirroredOperand<kPixel> from(src, e.length);
   ImageOperand<D> old{dst};
   if (inColumns(D(), e)) return mapColumns(D(), coloursOver, dst, e, from, old);

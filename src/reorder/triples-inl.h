@@ -22,10 +22,12 @@ namespace zopi {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-// For copies of samples or pixels of so many bytes: no vector may part them.
-template <int kBytes>
+// For copies of samples or pixels of so many bytes: no vector may part them. Mirrored rows are written
+// backward, for they are read forward then, which is what processors foresee.
+template <int kBytes, bool kMirrored>
 struct SameGroups : Same {
   static constexpr int kGroup = kBytes;
+  static constexpr bool kBackward = kMirrored;
 };
 
 // Channel k of every pixel from channel order[k]; if mirrored, of the pixels in reverse. An operand of byte
@@ -138,7 +140,7 @@ HWY_INLINE void mapTriples(Image<const uint8_t> src, Image<uint8_t> dst, Extent 
                            const Move& move) {
   constexpr std::ptrdiff_t kPixel = 3 * kSampleBytes;
   const Tag<uint8_t> d;
-  const SameGroups<kSampleBytes> same;
+  const SameGroups<kSampleBytes, kMirrored> same;
   const std::ptrdiff_t last = e.length - kPixel;
   const Extent inner = {e.length - 2 * kPixel, e.rows, e.stream};
   const Image<uint8_t> to = {dst.at + kPixel, dst.step};
