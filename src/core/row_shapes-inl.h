@@ -34,9 +34,10 @@ inline constexpr int kStep = kLanes<D> % 8 == 0 ? 3 : kPatternSamples / static_c
 
 // What an operation may say of itself: how many samples belong together (a complex sample is two), so that no
 // vector may part them; that it is so short that a loop gains from long steps; that it is never in place, so
-// that samples may be stored before those that overlap them are read; that its rows run from their end to
-// their start, for operands that then read theirs forward; that it watches the samples it is given, so that
-// no vector may hold anything else; and the type of its lanes, if that is not the samples' type.
+// that samples may be stored before those that overlap them are read; that its rows, if they stream, run from
+// their end to their start, for operands that then read theirs forward; that it watches the samples it is
+// given, so that no vector may hold anything else; and the type of its lanes, if that is not the samples'
+// type.
 template <class Op>
 constexpr int groupOf() {
   if constexpr (requires { Op::kGroup; })
@@ -312,7 +313,9 @@ template <class D, class Op, class T, class... S>
 HWY_INLINE void mapInner(D d, const Op& op, T* out, std::ptrdiff_t head, std::ptrdiff_t n, bool stream,
                          S&... s) {
   constexpr std::ptrdiff_t N = kLanes<D>;
-  if constexpr (runsBackward<Op>()) return mapBackward(d, op, out, head, n - (n - head) % N, stream, s...);
+  if constexpr (runsBackward<Op>()) {
+    if (stream) return mapBackward(d, op, out, head, n - (n - head) % N, stream, s...);
+  }
   std::ptrdiff_t i = head;
   (s.begin(i), ...);
   if constexpr (isShort<Op>()) i = mapLongSteps(d, op, out, i, n, stream, s.held()...);
@@ -340,7 +343,7 @@ HWY_INLINE void mapRow(D d, const Op& op, T* out, std::ptrdiff_t n, bool stream,
     const auto storeEdge = [&](std::ptrdiff_t i) HWY_ATTR {
       storePart(samples, op(d, s.template edge<watches<Op>()>(i, part)...), out + i, part);
     };
-    constexpr bool backward = runsBackward<Op>();
+    const bool backward = runsBackward<Op>() && stream;
     if (backward ? overlap : head > 0) storeEdge(backward ? n - part : 0);
     mapInner(d, op, out, head, n, stream, s...);
     if (backward ? head > 0 : overlap) storeEdge(backward ? 0 : n - part);

@@ -15,17 +15,18 @@ namespace zopi {
 namespace HWY_NAMESPACE {
 namespace {
 
-using D = Tag<uint8_t>;
-using V = hn::Vec<D>;
-constexpr std::ptrdiff_t N = kLanes<D>;
+constexpr std::ptrdiff_t kVectorBytes = kLanes<Tag<uint8_t>>;
 
 // A row's borders are written before the row, so that their vectors may run over into its place.
 constexpr std::ptrdiff_t kBandBytes = 16 << 10;
 
 // A pixel again and again: vectors of any phase come from one shuffle each. A block holds the pixel at its
 // start or at its end, so that both ends of a row can be loaded as blocks.
-template <int kPixel>
+template <int kPixel, class D = Tag<uint8_t>>
 struct Repeated {
+  using V = hn::Vec<D>;
+  static constexpr std::ptrdiff_t N = kLanes<D>;
+
   struct Indices {
     uint8_t atStart[N + kPixel], atEnd[N + kPixel];
   };
@@ -74,24 +75,40 @@ struct Repeated {
   }
 };
 
-// Rows of a vector's width and more.
+// The borders on one side of all rows, which are of a vector's width and more.
+template <int kPixel, class D>
+void fillLeft(const uint8_t* pixel, Image<const uint8_t> src, Image<uint8_t> dst, int rows,
+              std::ptrdiff_t n) {
+  using Pixel = Repeated<kPixel, D>;
+  const Pixel constant = Pixel::only(pixel != nullptr ? pixel : src.at);
+  for (std::ptrdiff_t y = 0; y < rows; ++y) {
+    (pixel != nullptr ? constant : Pixel::first(src.row(y))).fillAndBeyond(dst.row(y), n);
+  }
+}
+template <int kPixel, class D>
+void fillRight(const uint8_t* pixel, Image<const uint8_t> srcEnd, Image<uint8_t> dst, int rows,
+               std::ptrdiff_t n) {
+  using Pixel = Repeated<kPixel, D>;
+  const Pixel constant = Pixel::only(pixel != nullptr ? pixel : srcEnd.at - kPixel);
+  for (std::ptrdiff_t y = 0; y < rows; ++y) {
+    (pixel != nullptr ? constant : Pixel::last(srcEnd.row(y))).fillAndBefore(dst.row(y), n);
+  }
+}
+
 template <int kPixel>
 void rowWide(const uint8_t* pixel, Image<const uint8_t> src, Image<uint8_t> dst, Extent e, Sides sides) {
-  using Pixel = Repeated<kPixel>;
-  const std::ptrdiff_t n = e.length;
-  const Pixel constant = Pixel::only(pixel != nullptr ? pixel : src.at);
+  using D = Tag<uint8_t>;
+  using Narrow = hn::CappedTag<uint8_t, 16>;
+  const Image<const uint8_t> srcEnd = {src.at + e.length, src.step};
+  const Image<uint8_t> centre = {dst.at + sides.left, dst.step};
+  const Image<uint8_t> right = {centre.at + e.length, dst.step};
   if (sides.left > 0) {
-    for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
-      (pixel != nullptr ? constant : Pixel::first(src.row(y))).fillAndBeyond(dst.row(y), sides.left);
-    }
+    (sides.left <= 16 ? fillLeft<kPixel, Narrow> : fillLeft<kPixel, D>)(pixel, src, dst, e.rows, sides.left);
   }
   if (sides.right > 0) {
-    for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
-      (pixel != nullptr ? constant : Pixel::last(src.row(y) + n))
-          .fillAndBefore(dst.row(y) + sides.left + n, sides.right);
-    }
+    (sides.right <= 16 ? fillRight<kPixel, Narrow> : fillRight<kPixel, D>)(pixel, srcEnd, right, e.rows,
+                                                                           sides.right);
   }
-  const Image<uint8_t> centre = {dst.at + sides.left, dst.step};
   ImageOperand<D> from{src};
   if (inColumns(D(), e)) return mapColumns(D(), Same(), centre, e, from);
   mapRows(D(), Same(), centre, e, from);
@@ -112,7 +129,7 @@ void rowNarrow(const uint8_t* pixel, Image<const uint8_t> src, Image<uint8_t> ds
 
 template <int kPixel>
 void rowBorder(const uint8_t* pixel, Image<const uint8_t> src, Image<uint8_t> dst, Extent e, Sides sides) {
-  if (e.length < N) return rowNarrow<kPixel>(pixel, src, dst, e, sides);
+  if (e.length < kVectorBytes) return rowNarrow<kPixel>(pixel, src, dst, e, sides);
   const int rows = static_cast<int>(HWY_MAX(1, kBandBytes / (sides.left + e.length + sides.right)));
   for (int y = 0; y < e.rows; y += rows) {
     const Extent band = {e.length, HWY_MIN(rows, e.rows - y), e.stream};

@@ -22,8 +22,8 @@ namespace zopi {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-// For copies of samples or pixels of so many bytes: no vector may part them. Mirrored rows are written
-// backward, for they are read forward then, which is what processors foresee.
+// For copies of samples or pixels of so many bytes: no vector may part them. Beyond the caches mirrored rows
+// are written backward: they are read forward then, which is what processors foresee.
 template <int kBytes, bool kMirrored>
 struct SameGroups : Same {
   static constexpr int kGroup = kBytes;
