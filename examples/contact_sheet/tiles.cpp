@@ -174,6 +174,23 @@ Image inkedWhereDifferent(const Image& picture) {
   return tile;
 }
 
+Image inItsOwnBorder(const Image& picture) {
+  const ZopImageSize middle = {picture.size.width / 2, picture.size.height / 2};
+  const int left = picture.size.width / 4, top = picture.size.height / 4;
+  Image tile = newColourImage(picture.size);
+  check(zopiCopyReplicateBorder_8u_C3R(picture.data() + top * picture.step + 3 * left, picture.step, middle,
+                                       tile.data(), tile.step, tile.size, top, left));
+  return tile;
+}
+
+Image turnedOverInOtherColours(const Image& picture) {
+  const Zop32s order[3] = {1, 2, 0};
+  Image tile = newColourImage(picture.size);
+  check(zopiMirror_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size, 1));
+  check(zopiSwapChannels_8u_C3IR(tile.data(), tile.step, tile.size, order));
+  return tile;
+}
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -192,6 +209,8 @@ constexpr Tile kTiles[] = {
     {"Ratio to neighbours", "zopiDiv_8u_C3RSfs, scale factor -7", ratio},
     {"Eight colours", "zopiThreshold_LTVal_8u_C3R, _GTVal_8u_C3IR", inEightColours},
     {"Ink where neighbours differ", "zopiCompareC_8u_C3R, zopiSet_8u_C3MR", inkedWhereDifferent},
+    {"The middle, its edges repeated", "zopiCopyReplicateBorder_8u_C3R", inItsOwnBorder},
+    {"Mirrored, channels in turn", "zopiMirror_8u_C3R, zopiSwapChannels_8u_C3IR", turnedOverInOtherColours},
 };
 
 }  // namespace
