@@ -4,12 +4,16 @@
 #ifndef ZOPI_H_
 #define ZOPI_H_
 
+#include "zopi/alpha.h"
 #include "zopi/arith.h"
 #include "zopi/border.h"
 #include "zopi/compare.h"
+#include "zopi/convert.h"
 #include "zopi/core.h"
+#include "zopi/logic.h"
 #include "zopi/move.h"
 #include "zopi/reorder.h"
+#include "zopi/stats.h"
 #include "zopi/status.h"
 #include "zopi/types.h"
 

@@ -56,6 +56,8 @@ std::vector<Value> tooHigh(const Argument& argument) {
   return {argument.role == Role::Constant ? Value(static_cast<void*>(array)) : sample};
 }
 
+std::vector<Value> unknownAlphaTypes(const Argument&) { return {12, -1, INT32_MAX, INT32_MIN}; }
+
 // Orders of channels of which one entry is none.
 std::vector<Value> unknownChannels(const Argument&) {
   static Zop32s orders[6][3];
@@ -91,6 +93,7 @@ const std::vector<OwnCheck> kOwnChecks = {
     {kBorders, "leftBorderWidth", zopStatusBadSize, noPlace},
     {"checkChannelOrder(dstOrder)", "dstOrder", zopStatusBadChannelOrder, unknownChannels},
     {"checkDivisor(value)", "value", zopStatusDivideByZero, zeroDivisors},
+    {"checkRange(lowerBound,upperBound)", "lowerBound", zopStatusBadRange, tooHigh},
     {"checkDivisors(value)", "value", zopStatusDivideByZero, zeroDivisors},
     {"checkFlip(flip)", "flip", zopStatusBadAxis,
      [](const Argument&) {
@@ -107,7 +110,12 @@ const std::vector<OwnCheck> kOwnChecks = {
      }},
     {"checkMode(cmpOp)", "cmpOp", zopStatusUnsupportedMode,
      [](const Argument&) { return std::vector<Value>{-1, 1, 2, 3, 5, INT32_MIN}; }},
+    {"checkScaleRange(vMin,vMax)", "vMax", zopStatusBadScaleRange,
+     [](const Argument&) {
+       return std::vector<Value>{0.0f, -1e-45f, -HUGE_VALF, NAN};
+     }},
     {"checkThresholds(thresholdLT,thresholdGT)", "thresholdLT", zopStatusBadThresholds, tooHigh},
+    {"checkAlphaType(alphaType)", "alphaType", zopStatusBadAlphaType, unknownAlphaTypes},
 };
 
 ZopStatus expected(const Function& function, const Badness& bad) {
@@ -141,7 +149,7 @@ std::vector<Spoiler> spoilers(const Function& function) {
   std::vector<Spoiler> result;
   for (std::size_t i = 0; i < function.arguments.size(); ++i) {
     const Argument& a = function.arguments[i];
-    const Badness null = {"pointer", a.role == Role::Constant ? "constant" : "image"};
+    const Badness null = {"pointer", a.isImage() || a.role == Role::Steps ? "image" : "constant"};
     if (a.isPointer()) result.push_back({i, null, Value(static_cast<void*>(nullptr))});
     for (int p = 0; p < a.planes; ++p) {
       if (a.isImage()) result.push_back({i, null, {}, p});

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <stdexcept>
 #include <string>
 
@@ -12,7 +13,7 @@ namespace {
 constexpr ZopImageSize kTile = {384, 256};
 constexpr int kColumns = 4;
 constexpr int kMargin = 28;
-constexpr int kCaption = 46;
+constexpr int kCaption = 66;
 constexpr ZopImageSize kCell = {kTile.width + kMargin, kTile.height + kCaption + kMargin};
 
 constexpr Zop8u kPaper[3] = {250, 250, 248};
@@ -26,6 +27,18 @@ Image blankSheet(int tileCount) {
   return sheet;
 }
 
+// The means of the channels, and the range of all samples.
+std::string statistics(const Image& image) {
+  double mean[3];
+  Zop8u low[3], high[3];
+  check(zopiMean_8u_C3R(image.data(), image.step, image.size, mean));
+  check(zopiMinMax_8u_C3R(image.data(), image.step, image.size, low, high));
+  char text[80];
+  std::snprintf(text, sizeof text, "mean %.1f, %.1f, %.1f; from %d to %d", mean[0], mean[1], mean[2],
+                *std::min_element(low, low + 3), *std::max_element(high, high + 3));
+  return text;
+}
+
 void place(const Image& sheet, ZopImagePoint corner, const Tile& tile, const Image& picture) {
   const Image drawn = tile.draw(picture);
   // A small picture stands in the middle of its tile.
@@ -36,6 +49,7 @@ void place(const Image& sheet, ZopImagePoint corner, const Tile& tile, const Ima
   const int below = corner.y + kTile.height;
   drawText(sheet, {corner.x, below + 22}, tile.title, kTitle);
   drawText(sheet, {corner.x, below + 42}, tile.functions, kFunctions);
+  drawText(sheet, {corner.x, below + 62}, statistics(drawn).c_str(), kFunctions);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -191,6 +192,50 @@ Image turnedOverInOtherColours(const Image& picture) {
   return tile;
 }
 
+// The picture, opaque in the middle and fading outwards, over a ramp.
+Image composedOverRamp(const Image& picture) {
+  const ZopImageSize size = picture.size;
+  const Image ramp = newGrayImage(size), alpha = newGrayImage(size), opaque = newGrayImage(size);
+  for (int y = 0; y < size.height; ++y) {
+    for (int x = 0; x < size.width; ++x) {
+      const double dx = (2 * x + 1.0) / size.width - 1;
+      const double dy = (2 * y + 1.0) / size.height - 1;
+      ramp.row(y)[x] = static_cast<Zop8u>(255 * x / size.width);
+      alpha.row(y)[x] = static_cast<Zop8u>(255 * std::clamp(1.6 - 1.3 * (dx * dx + dy * dy), 0.0, 1.0));
+    }
+  }
+  check(zopiSet_8u_C1R(255, opaque.data(), opaque.step, size));
+  const Image planes[3] = {planeOf(picture, 0), planeOf(picture, 1), planeOf(picture, 2)};
+  const Image composedAlpha = newGrayImage(size);
+  const Zop8u* const front[4] = {planes[0].data(), planes[1].data(), planes[2].data(), alpha.data()};
+  const Zop8u* const back[4] = {ramp.data(), ramp.data(), ramp.data(), opaque.data()};
+  Zop8u* const result[4] = {planes[0].data(), planes[1].data(), planes[2].data(), composedAlpha.data()};
+  check(zopiAlphaComp_8u_AP4R(front, alpha.step, back, ramp.step, result, alpha.step, size, zopAlphaOver));
+  Image tile = newColourImage(size);
+  check(zopiCopy_8u_P3C3R(result, alpha.step, tile.data(), tile.step, size));
+  return tile;
+}
+
+// The two highest bits of each sample, with the middle of their interval below.
+Image posterised(const Image& picture) {
+  const Zop8u highest[3] = {0xc0, 0xc0, 0xc0}, middle[3] = {0x20, 0x20, 0x20};
+  Image tile = newColourImage(picture.size);
+  check(zopiAndC_8u_C3R(picture.data(), picture.step, highest, tile.data(), tile.step, tile.size));
+  check(zopiOrC_8u_C3IR(middle, tile.data(), tile.step, tile.size));
+  return tile;
+}
+
+// Numbers from 0 to 1, of which the middle becomes full scale.
+Image stretched(const Image& picture) {
+  const ZopImageSize size = picture.size;
+  const int step = size.width * 3 * static_cast<int>(sizeof(Zop32f));
+  std::vector<Zop32f> numbers(static_cast<std::size_t>(size.width) * 3 * size.height);
+  check(zopiScale_8u32f_C3R(picture.data(), picture.step, numbers.data(), step, size, 0.0f, 1.0f));
+  Image tile = newColourImage(size);
+  check(zopiScale_32f8u_C3R(numbers.data(), step, tile.data(), tile.step, size, 0.2f, 0.7f));
+  return tile;
+}
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -209,6 +254,9 @@ constexpr Tile kTiles[] = {
     {"Ratio to neighbours", "zopiDiv_8u_C3RSfs, scale factor -7", ratio},
     {"Eight colours", "zopiThreshold_LTVal_8u_C3R, _GTVal_8u_C3IR", inEightColours},
     {"Ink where neighbours differ", "zopiCompareC_8u_C3R, zopiSet_8u_C3MR", inkedWhereDifferent},
+    {"Over a ramp, fading outwards", "zopiAlphaComp_8u_AP4R, zopiCopy_8u_P3C3R", composedOverRamp},
+    {"Four levels a channel", "zopiAndC_8u_C3R, zopiOrC_8u_C3IR", posterised},
+    {"Contrast stretched", "zopiScale_8u32f_C3R, zopiScale_32f8u_C3R", stretched},
     {"The middle, its edges repeated", "zopiCopyReplicateBorder_8u_C3R", inItsOwnBorder},
     {"Mirrored, channels in turn", "zopiMirror_8u_C3R, zopiSwapChannels_8u_C3IR", turnedOverInOtherColours},
 };

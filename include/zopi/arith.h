@@ -50,25 +50,25 @@ extern "C" {
 /// 8-bit unsigned, one channel.
 ZOPI_API ZopStatus zopiAdd_8u_C1RSfs(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAdd_8u_AC4RSfs(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel.
 ZOPI_API ZopStatus zopiAdd_16s_C1RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2, int src2Step,
     Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAdd_16s_AC4RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
     int src2Step, Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 8-bit unsigned, one channel, in place.
 ZOPI_API ZopStatus zopiAdd_8u_C1IRSfs(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAdd_8u_AC4IRSfs(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel, in place.
 ZOPI_API ZopStatus zopiAdd_16s_C1IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAdd_16s_AC4IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit complex, one channel.
@@ -77,7 +77,7 @@ ZOPI_API ZopStatus zopiAdd_16sc_C1RSfs(const Zop16sc* pSrc1, int src1Step, const
 /// 16-bit complex, three channels.
 ZOPI_API ZopStatus zopiAdd_16sc_C3RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
     int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone.
+/// 16-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAdd_16sc_AC4RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
     int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel.
@@ -86,7 +86,7 @@ ZOPI_API ZopStatus zopiAdd_32sc_C1RSfs(const Zop32sc* pSrc1, int src1Step, const
 /// 32-bit complex, three channels.
 ZOPI_API ZopStatus zopiAdd_32sc_C3RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
     int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone.
+/// 32-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAdd_32sc_AC4RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
     int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 16-bit complex, one channel, in place.
@@ -95,7 +95,7 @@ ZOPI_API ZopStatus zopiAdd_16sc_C1IRSfs(const Zop16sc* pSrc, int srcStep, Zop16s
 /// 16-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiAdd_16sc_C3IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone, in place.
+/// 16-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAdd_16sc_AC4IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst,
     int srcDstStep, ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel, in place.
@@ -104,7 +104,7 @@ ZOPI_API ZopStatus zopiAdd_32sc_C1IRSfs(const Zop32sc* pSrc, int srcStep, Zop32s
 /// 32-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiAdd_32sc_C3IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone, in place.
+/// 32-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAdd_32sc_AC4IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst,
     int srcDstStep, ZopImageSize roiSize, int scaleFactor);
 /// 8-bit unsigned, three channels.
@@ -167,7 +167,7 @@ ZOPI_API ZopStatus zopiAddC_8u_C3RSfs(const Zop8u* pSrc, int srcStep, const Zop8
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiAddC_8u_C4RSfs(const Zop8u* pSrc, int srcStep, const Zop8u value[4], Zop8u* pDst,
     int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAddC_8u_AC4RSfs(const Zop8u* pSrc, int srcStep, const Zop8u value[3], Zop8u* pDst,
     int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel.
@@ -179,7 +179,7 @@ ZOPI_API ZopStatus zopiAddC_16s_C3RSfs(const Zop16s* pSrc, int srcStep, const Zo
 /// 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiAddC_16s_C4RSfs(const Zop16s* pSrc, int srcStep, const Zop16s value[4],
     Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAddC_16s_AC4RSfs(const Zop16s* pSrc, int srcStep, const Zop16s value[3],
     Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 8-bit unsigned, one channel, in place.
@@ -191,7 +191,7 @@ ZOPI_API ZopStatus zopiAddC_8u_C3IRSfs(const Zop8u value[3], Zop8u* pSrcDst, int
 /// 8-bit unsigned, four channels, in place.
 ZOPI_API ZopStatus zopiAddC_8u_C4IRSfs(const Zop8u value[4], Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAddC_8u_AC4IRSfs(const Zop8u value[3], Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel, in place.
@@ -203,7 +203,7 @@ ZOPI_API ZopStatus zopiAddC_16s_C3IRSfs(const Zop16s value[3], Zop16s* pSrcDst, 
 /// 16-bit signed, four channels, in place.
 ZOPI_API ZopStatus zopiAddC_16s_C4IRSfs(const Zop16s value[4], Zop16s* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAddC_16s_AC4IRSfs(const Zop16s value[3], Zop16s* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit complex, one channel.
@@ -212,7 +212,7 @@ ZOPI_API ZopStatus zopiAddC_16sc_C1RSfs(const Zop16sc* pSrc, int srcStep, Zop16s
 /// 16-bit complex, three channels.
 ZOPI_API ZopStatus zopiAddC_16sc_C3RSfs(const Zop16sc* pSrc, int srcStep, const Zop16sc value[3],
     Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone.
+/// 16-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAddC_16sc_AC4RSfs(const Zop16sc* pSrc, int srcStep, const Zop16sc value[3],
     Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel.
@@ -221,7 +221,7 @@ ZOPI_API ZopStatus zopiAddC_32sc_C1RSfs(const Zop32sc* pSrc, int srcStep, Zop32s
 /// 32-bit complex, three channels.
 ZOPI_API ZopStatus zopiAddC_32sc_C3RSfs(const Zop32sc* pSrc, int srcStep, const Zop32sc value[3],
     Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone.
+/// 32-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAddC_32sc_AC4RSfs(const Zop32sc* pSrc, int srcStep, const Zop32sc value[3],
     Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 16-bit complex, one channel, in place.
@@ -230,7 +230,7 @@ ZOPI_API ZopStatus zopiAddC_16sc_C1IRSfs(Zop16sc value, Zop16sc* pSrcDst, int sr
 /// 16-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiAddC_16sc_C3IRSfs(const Zop16sc value[3], Zop16sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone, in place.
+/// 16-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAddC_16sc_AC4IRSfs(const Zop16sc value[3], Zop16sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel, in place.
@@ -239,7 +239,7 @@ ZOPI_API ZopStatus zopiAddC_32sc_C1IRSfs(Zop32sc value, Zop32sc* pSrcDst, int sr
 /// 32-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiAddC_32sc_C3IRSfs(const Zop32sc value[3], Zop32sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone, in place.
+/// 32-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAddC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// @}
@@ -284,25 +284,25 @@ ZOPI_API ZopStatus zopiAddC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcD
 /// 8-bit unsigned, one channel.
 ZOPI_API ZopStatus zopiSub_8u_C1RSfs(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSub_8u_AC4RSfs(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel.
 ZOPI_API ZopStatus zopiSub_16s_C1RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2, int src2Step,
     Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSub_16s_AC4RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
     int src2Step, Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 8-bit unsigned, one channel, in place.
 ZOPI_API ZopStatus zopiSub_8u_C1IRSfs(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSub_8u_AC4IRSfs(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel, in place.
 ZOPI_API ZopStatus zopiSub_16s_C1IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSub_16s_AC4IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit complex, one channel.
@@ -311,7 +311,7 @@ ZOPI_API ZopStatus zopiSub_16sc_C1RSfs(const Zop16sc* pSrc1, int src1Step, const
 /// 16-bit complex, three channels.
 ZOPI_API ZopStatus zopiSub_16sc_C3RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
     int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone.
+/// 16-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSub_16sc_AC4RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
     int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel.
@@ -320,7 +320,7 @@ ZOPI_API ZopStatus zopiSub_32sc_C1RSfs(const Zop32sc* pSrc1, int src1Step, const
 /// 32-bit complex, three channels.
 ZOPI_API ZopStatus zopiSub_32sc_C3RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
     int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone.
+/// 32-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSub_32sc_AC4RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
     int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 16-bit complex, one channel, in place.
@@ -329,7 +329,7 @@ ZOPI_API ZopStatus zopiSub_16sc_C1IRSfs(const Zop16sc* pSrc, int srcStep, Zop16s
 /// 16-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiSub_16sc_C3IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone, in place.
+/// 16-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSub_16sc_AC4IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst,
     int srcDstStep, ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel, in place.
@@ -338,7 +338,7 @@ ZOPI_API ZopStatus zopiSub_32sc_C1IRSfs(const Zop32sc* pSrc, int srcStep, Zop32s
 /// 32-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiSub_32sc_C3IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone, in place.
+/// 32-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSub_32sc_AC4IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst,
     int srcDstStep, ZopImageSize roiSize, int scaleFactor);
 /// 8-bit unsigned, three channels.
@@ -402,7 +402,7 @@ ZOPI_API ZopStatus zopiSubC_8u_C3RSfs(const Zop8u* pSrc, int srcStep, const Zop8
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiSubC_8u_C4RSfs(const Zop8u* pSrc, int srcStep, const Zop8u value[4], Zop8u* pDst,
     int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSubC_8u_AC4RSfs(const Zop8u* pSrc, int srcStep, const Zop8u value[3], Zop8u* pDst,
     int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel.
@@ -414,7 +414,7 @@ ZOPI_API ZopStatus zopiSubC_16s_C3RSfs(const Zop16s* pSrc, int srcStep, const Zo
 /// 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiSubC_16s_C4RSfs(const Zop16s* pSrc, int srcStep, const Zop16s value[4],
     Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSubC_16s_AC4RSfs(const Zop16s* pSrc, int srcStep, const Zop16s value[3],
     Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 8-bit unsigned, one channel, in place.
@@ -426,7 +426,7 @@ ZOPI_API ZopStatus zopiSubC_8u_C3IRSfs(const Zop8u value[3], Zop8u* pSrcDst, int
 /// 8-bit unsigned, four channels, in place.
 ZOPI_API ZopStatus zopiSubC_8u_C4IRSfs(const Zop8u value[4], Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSubC_8u_AC4IRSfs(const Zop8u value[3], Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel, in place.
@@ -438,7 +438,7 @@ ZOPI_API ZopStatus zopiSubC_16s_C3IRSfs(const Zop16s value[3], Zop16s* pSrcDst, 
 /// 16-bit signed, four channels, in place.
 ZOPI_API ZopStatus zopiSubC_16s_C4IRSfs(const Zop16s value[4], Zop16s* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSubC_16s_AC4IRSfs(const Zop16s value[3], Zop16s* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit complex, one channel.
@@ -447,7 +447,7 @@ ZOPI_API ZopStatus zopiSubC_16sc_C1RSfs(const Zop16sc* pSrc, int srcStep, Zop16s
 /// 16-bit complex, three channels.
 ZOPI_API ZopStatus zopiSubC_16sc_C3RSfs(const Zop16sc* pSrc, int srcStep, const Zop16sc value[3],
     Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone.
+/// 16-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSubC_16sc_AC4RSfs(const Zop16sc* pSrc, int srcStep, const Zop16sc value[3],
     Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel.
@@ -456,7 +456,7 @@ ZOPI_API ZopStatus zopiSubC_32sc_C1RSfs(const Zop32sc* pSrc, int srcStep, Zop32s
 /// 32-bit complex, three channels.
 ZOPI_API ZopStatus zopiSubC_32sc_C3RSfs(const Zop32sc* pSrc, int srcStep, const Zop32sc value[3],
     Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone.
+/// 32-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSubC_32sc_AC4RSfs(const Zop32sc* pSrc, int srcStep, const Zop32sc value[3],
     Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 16-bit complex, one channel, in place.
@@ -465,7 +465,7 @@ ZOPI_API ZopStatus zopiSubC_16sc_C1IRSfs(Zop16sc value, Zop16sc* pSrcDst, int sr
 /// 16-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiSubC_16sc_C3IRSfs(const Zop16sc value[3], Zop16sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone, in place.
+/// 16-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSubC_16sc_AC4IRSfs(const Zop16sc value[3], Zop16sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel, in place.
@@ -474,7 +474,7 @@ ZOPI_API ZopStatus zopiSubC_32sc_C1IRSfs(Zop32sc value, Zop32sc* pSrcDst, int sr
 /// 32-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiSubC_32sc_C3IRSfs(const Zop32sc value[3], Zop32sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone, in place.
+/// 32-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSubC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// @}
@@ -518,25 +518,25 @@ ZOPI_API ZopStatus zopiSubC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcD
 /// 8-bit unsigned, one channel.
 ZOPI_API ZopStatus zopiMul_8u_C1RSfs(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMul_8u_AC4RSfs(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel.
 ZOPI_API ZopStatus zopiMul_16s_C1RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2, int src2Step,
     Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMul_16s_AC4RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
     int src2Step, Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 8-bit unsigned, one channel, in place.
 ZOPI_API ZopStatus zopiMul_8u_C1IRSfs(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMul_8u_AC4IRSfs(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel, in place.
 ZOPI_API ZopStatus zopiMul_16s_C1IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMul_16s_AC4IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit complex, one channel.
@@ -545,7 +545,7 @@ ZOPI_API ZopStatus zopiMul_16sc_C1RSfs(const Zop16sc* pSrc1, int src1Step, const
 /// 16-bit complex, three channels.
 ZOPI_API ZopStatus zopiMul_16sc_C3RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
     int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone.
+/// 16-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMul_16sc_AC4RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
     int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel.
@@ -554,7 +554,7 @@ ZOPI_API ZopStatus zopiMul_32sc_C1RSfs(const Zop32sc* pSrc1, int src1Step, const
 /// 32-bit complex, three channels.
 ZOPI_API ZopStatus zopiMul_32sc_C3RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
     int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone.
+/// 32-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMul_32sc_AC4RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
     int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 16-bit complex, one channel, in place.
@@ -563,7 +563,7 @@ ZOPI_API ZopStatus zopiMul_16sc_C1IRSfs(const Zop16sc* pSrc, int srcStep, Zop16s
 /// 16-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiMul_16sc_C3IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone, in place.
+/// 16-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMul_16sc_AC4IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst,
     int srcDstStep, ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel, in place.
@@ -572,7 +572,7 @@ ZOPI_API ZopStatus zopiMul_32sc_C1IRSfs(const Zop32sc* pSrc, int srcStep, Zop32s
 /// 32-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiMul_32sc_C3IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone, in place.
+/// 32-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMul_32sc_AC4IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst,
     int srcDstStep, ZopImageSize roiSize, int scaleFactor);
 /// 8-bit unsigned, three channels.
@@ -636,7 +636,7 @@ ZOPI_API ZopStatus zopiMulC_8u_C3RSfs(const Zop8u* pSrc, int srcStep, const Zop8
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiMulC_8u_C4RSfs(const Zop8u* pSrc, int srcStep, const Zop8u value[4], Zop8u* pDst,
     int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMulC_8u_AC4RSfs(const Zop8u* pSrc, int srcStep, const Zop8u value[3], Zop8u* pDst,
     int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel.
@@ -648,7 +648,7 @@ ZOPI_API ZopStatus zopiMulC_16s_C3RSfs(const Zop16s* pSrc, int srcStep, const Zo
 /// 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiMulC_16s_C4RSfs(const Zop16s* pSrc, int srcStep, const Zop16s value[4],
     Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMulC_16s_AC4RSfs(const Zop16s* pSrc, int srcStep, const Zop16s value[3],
     Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 8-bit unsigned, one channel, in place.
@@ -660,7 +660,7 @@ ZOPI_API ZopStatus zopiMulC_8u_C3IRSfs(const Zop8u value[3], Zop8u* pSrcDst, int
 /// 8-bit unsigned, four channels, in place.
 ZOPI_API ZopStatus zopiMulC_8u_C4IRSfs(const Zop8u value[4], Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMulC_8u_AC4IRSfs(const Zop8u value[3], Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel, in place.
@@ -672,7 +672,7 @@ ZOPI_API ZopStatus zopiMulC_16s_C3IRSfs(const Zop16s value[3], Zop16s* pSrcDst, 
 /// 16-bit signed, four channels, in place.
 ZOPI_API ZopStatus zopiMulC_16s_C4IRSfs(const Zop16s value[4], Zop16s* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMulC_16s_AC4IRSfs(const Zop16s value[3], Zop16s* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit complex, one channel.
@@ -681,7 +681,7 @@ ZOPI_API ZopStatus zopiMulC_16sc_C1RSfs(const Zop16sc* pSrc, int srcStep, Zop16s
 /// 16-bit complex, three channels.
 ZOPI_API ZopStatus zopiMulC_16sc_C3RSfs(const Zop16sc* pSrc, int srcStep, const Zop16sc value[3],
     Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone.
+/// 16-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMulC_16sc_AC4RSfs(const Zop16sc* pSrc, int srcStep, const Zop16sc value[3],
     Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel.
@@ -690,7 +690,7 @@ ZOPI_API ZopStatus zopiMulC_32sc_C1RSfs(const Zop32sc* pSrc, int srcStep, Zop32s
 /// 32-bit complex, three channels.
 ZOPI_API ZopStatus zopiMulC_32sc_C3RSfs(const Zop32sc* pSrc, int srcStep, const Zop32sc value[3],
     Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone.
+/// 32-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMulC_32sc_AC4RSfs(const Zop32sc* pSrc, int srcStep, const Zop32sc value[3],
     Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 16-bit complex, one channel, in place.
@@ -699,7 +699,7 @@ ZOPI_API ZopStatus zopiMulC_16sc_C1IRSfs(Zop16sc value, Zop16sc* pSrcDst, int sr
 /// 16-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiMulC_16sc_C3IRSfs(const Zop16sc value[3], Zop16sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone, in place.
+/// 16-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMulC_16sc_AC4IRSfs(const Zop16sc value[3], Zop16sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel, in place.
@@ -708,7 +708,7 @@ ZOPI_API ZopStatus zopiMulC_32sc_C1IRSfs(Zop32sc value, Zop32sc* pSrcDst, int sr
 /// 32-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiMulC_32sc_C3IRSfs(const Zop32sc value[3], Zop32sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone, in place.
+/// 32-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMulC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// @}
@@ -747,7 +747,7 @@ ZOPI_API ZopStatus zopiAdd_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop3
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiAdd_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
     Zop32f* pDst, int dstStep, ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAdd_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
     Zop32f* pDst, int dstStep, ZopImageSize roiSize);
 /// Single precision, one channel, in place.
@@ -759,7 +759,7 @@ ZOPI_API ZopStatus zopiAdd_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSr
 /// Single precision, four channels, in place.
 ZOPI_API ZopStatus zopiAdd_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAdd_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// Single-precision complex, one channel.
@@ -768,7 +768,7 @@ ZOPI_API ZopStatus zopiAdd_32fc_C1R(const Zop32fc* pSrc1, int src1Step, const Zo
 /// Single-precision complex, three channels.
 ZOPI_API ZopStatus zopiAdd_32fc_C3R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
     Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone.
+/// Single-precision complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAdd_32fc_AC4R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2,
     int src2Step, Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
 /// Single-precision complex, one channel, in place.
@@ -777,7 +777,7 @@ ZOPI_API ZopStatus zopiAdd_32fc_C1IR(const Zop32fc* pSrc, int srcStep, Zop32fc* 
 /// Single-precision complex, three channels, in place.
 ZOPI_API ZopStatus zopiAdd_32fc_C3IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone, in place.
+/// Single-precision complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAdd_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// @}
@@ -814,7 +814,7 @@ ZOPI_API ZopStatus zopiAddC_32f_C3R(const Zop32f* pSrc, int srcStep, const Zop32
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiAddC_32f_C4R(const Zop32f* pSrc, int srcStep, const Zop32f value[4], Zop32f* pDst,
     int dstStep, ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAddC_32f_AC4R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
     int dstStep, ZopImageSize roiSize);
 /// Single precision, one channel, in place.
@@ -825,7 +825,7 @@ ZOPI_API ZopStatus zopiAddC_32f_C3IR(const Zop32f value[3], Zop32f* pSrcDst, int
 /// Single precision, four channels, in place.
 ZOPI_API ZopStatus zopiAddC_32f_C4IR(const Zop32f value[4], Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAddC_32f_AC4IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// Single-precision complex, one channel.
@@ -834,7 +834,7 @@ ZOPI_API ZopStatus zopiAddC_32fc_C1R(const Zop32fc* pSrc, int srcStep, Zop32fc v
 /// Single-precision complex, three channels.
 ZOPI_API ZopStatus zopiAddC_32fc_C3R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
     Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone.
+/// Single-precision complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAddC_32fc_AC4R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
     Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
 /// Single-precision complex, one channel, in place.
@@ -843,7 +843,7 @@ ZOPI_API ZopStatus zopiAddC_32fc_C1IR(Zop32fc value, Zop32fc* pSrcDst, int srcDs
 /// Single-precision complex, three channels, in place.
 ZOPI_API ZopStatus zopiAddC_32fc_C3IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone, in place.
+/// Single-precision complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAddC_32fc_AC4IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// @}
@@ -883,7 +883,7 @@ ZOPI_API ZopStatus zopiSub_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop3
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiSub_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
     Zop32f* pDst, int dstStep, ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSub_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
     Zop32f* pDst, int dstStep, ZopImageSize roiSize);
 /// Single precision, one channel, in place.
@@ -895,7 +895,7 @@ ZOPI_API ZopStatus zopiSub_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSr
 /// Single precision, four channels, in place.
 ZOPI_API ZopStatus zopiSub_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSub_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// Single-precision complex, one channel.
@@ -904,7 +904,7 @@ ZOPI_API ZopStatus zopiSub_32fc_C1R(const Zop32fc* pSrc1, int src1Step, const Zo
 /// Single-precision complex, three channels.
 ZOPI_API ZopStatus zopiSub_32fc_C3R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
     Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone.
+/// Single-precision complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSub_32fc_AC4R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2,
     int src2Step, Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
 /// Single-precision complex, one channel, in place.
@@ -913,7 +913,7 @@ ZOPI_API ZopStatus zopiSub_32fc_C1IR(const Zop32fc* pSrc, int srcStep, Zop32fc* 
 /// Single-precision complex, three channels, in place.
 ZOPI_API ZopStatus zopiSub_32fc_C3IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone, in place.
+/// Single-precision complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSub_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// @}
@@ -950,7 +950,7 @@ ZOPI_API ZopStatus zopiSubC_32f_C3R(const Zop32f* pSrc, int srcStep, const Zop32
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiSubC_32f_C4R(const Zop32f* pSrc, int srcStep, const Zop32f value[4], Zop32f* pDst,
     int dstStep, ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSubC_32f_AC4R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
     int dstStep, ZopImageSize roiSize);
 /// Single precision, one channel, in place.
@@ -961,7 +961,7 @@ ZOPI_API ZopStatus zopiSubC_32f_C3IR(const Zop32f value[3], Zop32f* pSrcDst, int
 /// Single precision, four channels, in place.
 ZOPI_API ZopStatus zopiSubC_32f_C4IR(const Zop32f value[4], Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSubC_32f_AC4IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// Single-precision complex, one channel.
@@ -970,7 +970,7 @@ ZOPI_API ZopStatus zopiSubC_32fc_C1R(const Zop32fc* pSrc, int srcStep, Zop32fc v
 /// Single-precision complex, three channels.
 ZOPI_API ZopStatus zopiSubC_32fc_C3R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
     Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone.
+/// Single-precision complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSubC_32fc_AC4R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
     Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
 /// Single-precision complex, one channel, in place.
@@ -979,7 +979,7 @@ ZOPI_API ZopStatus zopiSubC_32fc_C1IR(Zop32fc value, Zop32fc* pSrcDst, int srcDs
 /// Single-precision complex, three channels, in place.
 ZOPI_API ZopStatus zopiSubC_32fc_C3IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone, in place.
+/// Single-precision complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSubC_32fc_AC4IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// @}
@@ -1019,7 +1019,7 @@ ZOPI_API ZopStatus zopiMul_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop3
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiMul_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
     Zop32f* pDst, int dstStep, ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMul_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
     Zop32f* pDst, int dstStep, ZopImageSize roiSize);
 /// Single precision, one channel, in place.
@@ -1031,7 +1031,7 @@ ZOPI_API ZopStatus zopiMul_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSr
 /// Single precision, four channels, in place.
 ZOPI_API ZopStatus zopiMul_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMul_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// Single-precision complex, one channel.
@@ -1040,7 +1040,7 @@ ZOPI_API ZopStatus zopiMul_32fc_C1R(const Zop32fc* pSrc1, int src1Step, const Zo
 /// Single-precision complex, three channels.
 ZOPI_API ZopStatus zopiMul_32fc_C3R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
     Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone.
+/// Single-precision complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMul_32fc_AC4R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2,
     int src2Step, Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
 /// Single-precision complex, one channel, in place.
@@ -1049,7 +1049,7 @@ ZOPI_API ZopStatus zopiMul_32fc_C1IR(const Zop32fc* pSrc, int srcStep, Zop32fc* 
 /// Single-precision complex, three channels, in place.
 ZOPI_API ZopStatus zopiMul_32fc_C3IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone, in place.
+/// Single-precision complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMul_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// @}
@@ -1087,7 +1087,7 @@ ZOPI_API ZopStatus zopiMulC_32f_C3R(const Zop32f* pSrc, int srcStep, const Zop32
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiMulC_32f_C4R(const Zop32f* pSrc, int srcStep, const Zop32f value[4], Zop32f* pDst,
     int dstStep, ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMulC_32f_AC4R(const Zop32f* pSrc, int srcStep, const Zop32f value[3], Zop32f* pDst,
     int dstStep, ZopImageSize roiSize);
 /// Single precision, one channel, in place.
@@ -1098,7 +1098,7 @@ ZOPI_API ZopStatus zopiMulC_32f_C3IR(const Zop32f value[3], Zop32f* pSrcDst, int
 /// Single precision, four channels, in place.
 ZOPI_API ZopStatus zopiMulC_32f_C4IR(const Zop32f value[4], Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMulC_32f_AC4IR(const Zop32f value[3], Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// Single-precision complex, one channel.
@@ -1107,7 +1107,7 @@ ZOPI_API ZopStatus zopiMulC_32fc_C1R(const Zop32fc* pSrc, int srcStep, Zop32fc v
 /// Single-precision complex, three channels.
 ZOPI_API ZopStatus zopiMulC_32fc_C3R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
     Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone.
+/// Single-precision complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMulC_32fc_AC4R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
     Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
 /// Single-precision complex, one channel, in place.
@@ -1116,7 +1116,7 @@ ZOPI_API ZopStatus zopiMulC_32fc_C1IR(Zop32fc value, Zop32fc* pSrcDst, int srcDs
 /// Single-precision complex, three channels, in place.
 ZOPI_API ZopStatus zopiMulC_32fc_C3IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone, in place.
+/// Single-precision complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMulC_32fc_AC4IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// @}
@@ -1156,7 +1156,7 @@ ZOPI_API ZopStatus zopiMulScale_8u_C3R(const Zop8u* pSrc1, int src1Step, const Z
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiMulScale_8u_C4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
     Zop8u* pDst, int dstStep, ZopImageSize roiSize);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMulScale_8u_AC4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
     Zop8u* pDst, int dstStep, ZopImageSize roiSize);
 /// 16-bit unsigned, one channel.
@@ -1168,7 +1168,7 @@ ZOPI_API ZopStatus zopiMulScale_16u_C3R(const Zop16u* pSrc1, int src1Step, const
 /// 16-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiMulScale_16u_C4R(const Zop16u* pSrc1, int src1Step, const Zop16u* pSrc2,
     int src2Step, Zop16u* pDst, int dstStep, ZopImageSize roiSize);
-/// 16-bit unsigned, three of four channels, alpha left alone.
+/// 16-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMulScale_16u_AC4R(const Zop16u* pSrc1, int src1Step, const Zop16u* pSrc2,
     int src2Step, Zop16u* pDst, int dstStep, ZopImageSize roiSize);
 /// 8-bit unsigned, one channel, in place.
@@ -1180,7 +1180,7 @@ ZOPI_API ZopStatus zopiMulScale_8u_C3IR(const Zop8u* pSrc, int srcStep, Zop8u* p
 /// 8-bit unsigned, four channels, in place.
 ZOPI_API ZopStatus zopiMulScale_8u_C4IR(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMulScale_8u_AC4IR(const Zop8u* pSrc, int srcStep, Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// 16-bit unsigned, one channel, in place.
@@ -1192,7 +1192,7 @@ ZOPI_API ZopStatus zopiMulScale_16u_C3IR(const Zop16u* pSrc, int srcStep, Zop16u
 /// 16-bit unsigned, four channels, in place.
 ZOPI_API ZopStatus zopiMulScale_16u_C4IR(const Zop16u* pSrc, int srcStep, Zop16u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// 16-bit unsigned, three of four channels, alpha left alone, in place.
+/// 16-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMulScale_16u_AC4IR(const Zop16u* pSrc, int srcStep, Zop16u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// @}
@@ -1230,7 +1230,7 @@ ZOPI_API ZopStatus zopiMulCScale_8u_C3R(const Zop8u* pSrc, int srcStep, const Zo
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiMulCScale_8u_C4R(const Zop8u* pSrc, int srcStep, const Zop8u value[4], Zop8u* pDst,
     int dstStep, ZopImageSize roiSize);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMulCScale_8u_AC4R(const Zop8u* pSrc, int srcStep, const Zop8u value[3], Zop8u* pDst,
     int dstStep, ZopImageSize roiSize);
 /// 16-bit unsigned, one channel.
@@ -1242,7 +1242,7 @@ ZOPI_API ZopStatus zopiMulCScale_16u_C3R(const Zop16u* pSrc, int srcStep, const 
 /// 16-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiMulCScale_16u_C4R(const Zop16u* pSrc, int srcStep, const Zop16u value[4],
     Zop16u* pDst, int dstStep, ZopImageSize roiSize);
-/// 16-bit unsigned, three of four channels, alpha left alone.
+/// 16-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMulCScale_16u_AC4R(const Zop16u* pSrc, int srcStep, const Zop16u value[3],
     Zop16u* pDst, int dstStep, ZopImageSize roiSize);
 /// 8-bit unsigned, one channel, in place.
@@ -1253,7 +1253,7 @@ ZOPI_API ZopStatus zopiMulCScale_8u_C3IR(const Zop8u value[3], Zop8u* pSrcDst, i
 /// 8-bit unsigned, four channels, in place.
 ZOPI_API ZopStatus zopiMulCScale_8u_C4IR(const Zop8u value[4], Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMulCScale_8u_AC4IR(const Zop8u value[3], Zop8u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// 16-bit unsigned, one channel, in place.
@@ -1265,7 +1265,7 @@ ZOPI_API ZopStatus zopiMulCScale_16u_C3IR(const Zop16u value[3], Zop16u* pSrcDst
 /// 16-bit unsigned, four channels, in place.
 ZOPI_API ZopStatus zopiMulCScale_16u_C4IR(const Zop16u value[4], Zop16u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// 16-bit unsigned, three of four channels, alpha left alone, in place.
+/// 16-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMulCScale_16u_AC4IR(const Zop16u value[3], Zop16u* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// @}
@@ -1331,7 +1331,7 @@ ZOPI_API ZopStatus zopiDiv_16sc_C1RSfs(const Zop16sc* pSrc1, int src1Step, const
 /// 16-bit complex, three channels.
 ZOPI_API ZopStatus zopiDiv_16sc_C3RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
     int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone.
+/// 16-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiDiv_16sc_AC4RSfs(const Zop16sc* pSrc1, int src1Step, const Zop16sc* pSrc2,
     int src2Step, Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel.
@@ -1340,7 +1340,7 @@ ZOPI_API ZopStatus zopiDiv_32sc_C1RSfs(const Zop32sc* pSrc1, int src1Step, const
 /// 32-bit complex, three channels.
 ZOPI_API ZopStatus zopiDiv_32sc_C3RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
     int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone.
+/// 32-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiDiv_32sc_AC4RSfs(const Zop32sc* pSrc1, int src1Step, const Zop32sc* pSrc2,
     int src2Step, Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
 /// 16-bit complex, one channel, in place.
@@ -1349,7 +1349,7 @@ ZOPI_API ZopStatus zopiDiv_16sc_C1IRSfs(const Zop16sc* pSrc, int srcStep, Zop16s
 /// 16-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiDiv_16sc_C3IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone, in place.
+/// 16-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiDiv_16sc_AC4IRSfs(const Zop16sc* pSrc, int srcStep, Zop16sc* pSrcDst,
     int srcDstStep, ZopImageSize roiSize, int scaleFactor);
 /// 32-bit complex, one channel, in place.
@@ -1358,7 +1358,7 @@ ZOPI_API ZopStatus zopiDiv_32sc_C1IRSfs(const Zop32sc* pSrc, int srcStep, Zop32s
 /// 32-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiDiv_32sc_C3IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone, in place.
+/// 32-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiDiv_32sc_AC4IRSfs(const Zop32sc* pSrc, int srcStep, Zop32sc* pSrcDst,
     int srcDstStep, ZopImageSize roiSize, int scaleFactor);
 /// @}
@@ -1444,16 +1444,16 @@ ZOPI_API ZopStatus zopiDivC_16sc_C3IRSfs(const Zop16sc value[3], Zop16sc* pSrcDs
 /// 32-bit complex, three channels, in place.
 ZOPI_API ZopStatus zopiDivC_32sc_C3IRSfs(const Zop32sc value[3], Zop32sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone.
+/// 16-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiDivC_16sc_AC4RSfs(const Zop16sc* pSrc, int srcStep, const Zop16sc value[3],
     Zop16sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone.
+/// 32-bit complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiDivC_32sc_AC4RSfs(const Zop32sc* pSrc, int srcStep, const Zop32sc value[3],
     Zop32sc* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
-/// 16-bit complex, three of four channels, alpha left alone, in place.
+/// 16-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiDivC_16sc_AC4IRSfs(const Zop16sc value[3], Zop16sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 32-bit complex, three of four channels, alpha left alone, in place.
+/// 32-bit complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiDivC_32sc_AC4IRSfs(const Zop32sc value[3], Zop32sc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// @}
@@ -1498,7 +1498,7 @@ ZOPI_API ZopStatus zopiDiv_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop3
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiDiv_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
     Zop32f* pDst, int dstStep, ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiDiv_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2, int src2Step,
     Zop32f* pDst, int dstStep, ZopImageSize roiSize);
 /// Single precision, one channel, in place.
@@ -1510,7 +1510,7 @@ ZOPI_API ZopStatus zopiDiv_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSr
 /// Single precision, four channels, in place.
 ZOPI_API ZopStatus zopiDiv_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiDiv_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// Single-precision complex, one channel.
@@ -1519,7 +1519,7 @@ ZOPI_API ZopStatus zopiDiv_32fc_C1R(const Zop32fc* pSrc1, int src1Step, const Zo
 /// Single-precision complex, three channels.
 ZOPI_API ZopStatus zopiDiv_32fc_C3R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2, int src2Step,
     Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone.
+/// Single-precision complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiDiv_32fc_AC4R(const Zop32fc* pSrc1, int src1Step, const Zop32fc* pSrc2,
     int src2Step, Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
 /// Single-precision complex, one channel, in place.
@@ -1528,7 +1528,7 @@ ZOPI_API ZopStatus zopiDiv_32fc_C1IR(const Zop32fc* pSrc, int srcStep, Zop32fc* 
 /// Single-precision complex, three channels, in place.
 ZOPI_API ZopStatus zopiDiv_32fc_C3IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone, in place.
+/// Single-precision complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiDiv_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// @}
@@ -1566,10 +1566,10 @@ ZOPI_API ZopStatus zopiDiv_32fc_AC4IR(const Zop32fc* pSrc, int srcStep, Zop32fc*
 /// check nothing is written.
 ///
 /// Arguments are checked in this order in the forms `32fc_C3R`, `32fc_AC4R`, `32fc_C3IR`, `32fc_AC4IR`: @ref
-/// zopStatusNullPointer (-8) if the array of constants is null, @ref zopStatusDivideByZero (-10) if one of
-/// the constants is zero, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if
-/// a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check
-/// nothing is written.
+/// zopStatusNullPointer (-8) if the pointer to an array of constants is null, @ref zopStatusDivideByZero
+/// (-10) if one of the constants is zero, @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
 ///
 /// Returns @ref zopStatusOk.
 /// @{
@@ -1593,13 +1593,13 @@ ZOPI_API ZopStatus zopiDivC_32f_C3IR(const Zop32f value[3], Zop32f* pSrcDst, int
 /// Single-precision complex, three channels.
 ZOPI_API ZopStatus zopiDivC_32fc_C3R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
     Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone.
+/// Single-precision complex, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiDivC_32fc_AC4R(const Zop32fc* pSrc, int srcStep, const Zop32fc value[3],
     Zop32fc* pDst, int dstStep, ZopImageSize roiSize);
 /// Single-precision complex, three channels, in place.
 ZOPI_API ZopStatus zopiDivC_32fc_C3IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
-/// Single-precision complex, three of four channels, alpha left alone, in place.
+/// Single-precision complex, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiDivC_32fc_AC4IR(const Zop32fc value[3], Zop32fc* pSrcDst, int srcDstStep,
     ZopImageSize roiSize);
 /// @}
@@ -1637,7 +1637,7 @@ ZOPI_API ZopStatus zopiSqr_8u_C3RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiSqr_8u_C4RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSqr_8u_AC4RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit unsigned, one channel.
@@ -1649,7 +1649,7 @@ ZOPI_API ZopStatus zopiSqr_16u_C3RSfs(const Zop16u* pSrc, int srcStep, Zop16u* p
 /// 16-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiSqr_16u_C4RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit unsigned, three of four channels, alpha left alone.
+/// 16-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSqr_16u_AC4RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel.
@@ -1661,7 +1661,7 @@ ZOPI_API ZopStatus zopiSqr_16s_C3RSfs(const Zop16s* pSrc, int srcStep, Zop16s* p
 /// 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiSqr_16s_C4RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSqr_16s_AC4RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 8-bit unsigned, one channel, in place.
@@ -1673,7 +1673,7 @@ ZOPI_API ZopStatus zopiSqr_8u_C3IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSi
 /// 8-bit unsigned, four channels, in place.
 ZOPI_API ZopStatus zopiSqr_8u_C4IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSqr_8u_AC4IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     int scaleFactor);
 /// 16-bit unsigned, one channel, in place.
@@ -1685,7 +1685,7 @@ ZOPI_API ZopStatus zopiSqr_16u_C3IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImage
 /// 16-bit unsigned, four channels, in place.
 ZOPI_API ZopStatus zopiSqr_16u_C4IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     int scaleFactor);
-/// 16-bit unsigned, three of four channels, alpha left alone, in place.
+/// 16-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSqr_16u_AC4IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     int scaleFactor);
 /// 16-bit signed, one channel, in place.
@@ -1697,7 +1697,7 @@ ZOPI_API ZopStatus zopiSqr_16s_C3IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImage
 /// 16-bit signed, four channels, in place.
 ZOPI_API ZopStatus zopiSqr_16s_C4IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSqr_16s_AC4IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     int scaleFactor);
 /// @}
@@ -1732,7 +1732,7 @@ ZOPI_API ZopStatus zopiSqr_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiSqr_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSqr_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
 /// Single precision, one channel, in place.
@@ -1741,7 +1741,7 @@ ZOPI_API ZopStatus zopiSqr_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSiz
 ZOPI_API ZopStatus zopiSqr_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
 /// Single precision, four channels, in place.
 ZOPI_API ZopStatus zopiSqr_32f_C4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSqr_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
 /// @}
 
@@ -1774,7 +1774,7 @@ ZOPI_API ZopStatus zopiSqrt_8u_C1RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDs
 /// 8-bit unsigned, three channels.
 ZOPI_API ZopStatus zopiSqrt_8u_C3RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSqrt_8u_AC4RSfs(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit unsigned, one channel.
@@ -1783,7 +1783,7 @@ ZOPI_API ZopStatus zopiSqrt_16u_C1RSfs(const Zop16u* pSrc, int srcStep, Zop16u* 
 /// 16-bit unsigned, three channels.
 ZOPI_API ZopStatus zopiSqrt_16u_C3RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit unsigned, three of four channels, alpha left alone.
+/// 16-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSqrt_16u_AC4RSfs(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 16-bit signed, one channel.
@@ -1792,7 +1792,7 @@ ZOPI_API ZopStatus zopiSqrt_16s_C1RSfs(const Zop16s* pSrc, int srcStep, Zop16s* 
 /// 16-bit signed, three channels.
 ZOPI_API ZopStatus zopiSqrt_16s_C3RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSqrt_16s_AC4RSfs(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, int scaleFactor);
 /// 8-bit unsigned, one channel, in place.
@@ -1801,7 +1801,7 @@ ZOPI_API ZopStatus zopiSqrt_8u_C1IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageS
 /// 8-bit unsigned, three channels, in place.
 ZOPI_API ZopStatus zopiSqrt_8u_C3IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     int scaleFactor);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSqrt_8u_AC4IRSfs(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     int scaleFactor);
 /// 16-bit unsigned, one channel, in place.
@@ -1810,7 +1810,7 @@ ZOPI_API ZopStatus zopiSqrt_16u_C1IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImag
 /// 16-bit unsigned, three channels, in place.
 ZOPI_API ZopStatus zopiSqrt_16u_C3IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     int scaleFactor);
-/// 16-bit unsigned, three of four channels, alpha left alone, in place.
+/// 16-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSqrt_16u_AC4IRSfs(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     int scaleFactor);
 /// 16-bit signed, one channel, in place.
@@ -1819,7 +1819,7 @@ ZOPI_API ZopStatus zopiSqrt_16s_C1IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImag
 /// 16-bit signed, three channels, in place.
 ZOPI_API ZopStatus zopiSqrt_16s_C3IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     int scaleFactor);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSqrt_16s_AC4IRSfs(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     int scaleFactor);
 /// @}
@@ -1852,7 +1852,7 @@ ZOPI_API ZopStatus zopiSqrt_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDs
 /// Single precision, three channels.
 ZOPI_API ZopStatus zopiSqrt_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSqrt_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
 /// Single precision, one channel, in place.
@@ -1861,7 +1861,7 @@ ZOPI_API ZopStatus zopiSqrt_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSi
 ZOPI_API ZopStatus zopiSqrt_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
 /// Single precision, four channels, in place.
 ZOPI_API ZopStatus zopiSqrt_32f_C4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiSqrt_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
 /// @}
 

@@ -51,7 +51,7 @@ ZOPI_API ZopStatus zopiCopyConstBorder_8u_C3R(const Zop8u* pSrc, int srcStep, Zo
 ZOPI_API ZopStatus zopiCopyConstBorder_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize srcRoiSize,
     Zop8u* pDst, int dstStep, ZopImageSize dstRoiSize, int topBorderHeight, int leftBorderWidth,
     const Zop8u value[4]);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCopyConstBorder_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize srcRoiSize,
     Zop8u* pDst, int dstStep, ZopImageSize dstRoiSize, int topBorderHeight, int leftBorderWidth,
     const Zop8u value[3]);
@@ -67,7 +67,7 @@ ZOPI_API ZopStatus zopiCopyConstBorder_16s_C3R(const Zop16s* pSrc, int srcStep, 
 ZOPI_API ZopStatus zopiCopyConstBorder_16s_C4R(const Zop16s* pSrc, int srcStep, ZopImageSize srcRoiSize,
     Zop16s* pDst, int dstStep, ZopImageSize dstRoiSize, int topBorderHeight, int leftBorderWidth,
     const Zop16s value[4]);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCopyConstBorder_16s_AC4R(const Zop16s* pSrc, int srcStep, ZopImageSize srcRoiSize,
     Zop16s* pDst, int dstStep, ZopImageSize dstRoiSize, int topBorderHeight, int leftBorderWidth,
     const Zop16s value[3]);
@@ -83,7 +83,7 @@ ZOPI_API ZopStatus zopiCopyConstBorder_32s_C3R(const Zop32s* pSrc, int srcStep, 
 ZOPI_API ZopStatus zopiCopyConstBorder_32s_C4R(const Zop32s* pSrc, int srcStep, ZopImageSize srcRoiSize,
     Zop32s* pDst, int dstStep, ZopImageSize dstRoiSize, int topBorderHeight, int leftBorderWidth,
     const Zop32s value[4]);
-/// 32-bit signed, three of four channels, alpha left alone.
+/// 32-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCopyConstBorder_32s_AC4R(const Zop32s* pSrc, int srcStep, ZopImageSize srcRoiSize,
     Zop32s* pDst, int dstStep, ZopImageSize dstRoiSize, int topBorderHeight, int leftBorderWidth,
     const Zop32s value[3]);
@@ -123,7 +123,7 @@ ZOPI_API ZopStatus zopiCopyReplicateBorder_8u_C3R(const Zop8u* pSrc, int srcStep
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiCopyReplicateBorder_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize srcRoiSize,
     Zop8u* pDst, int dstStep, ZopImageSize dstRoiSize, int topBorderHeight, int leftBorderWidth);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCopyReplicateBorder_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize srcRoiSize,
     Zop8u* pDst, int dstStep, ZopImageSize dstRoiSize, int topBorderHeight, int leftBorderWidth);
 /// 16-bit signed, one channel.
@@ -138,7 +138,7 @@ ZOPI_API ZopStatus zopiCopyReplicateBorder_16s_C3R(const Zop16s* pSrc, int srcSt
 ZOPI_API ZopStatus zopiCopyReplicateBorder_16s_C4R(const Zop16s* pSrc, int srcStep,
     ZopImageSize srcRoiSize, Zop16s* pDst, int dstStep, ZopImageSize dstRoiSize, int topBorderHeight,
     int leftBorderWidth);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCopyReplicateBorder_16s_AC4R(const Zop16s* pSrc, int srcStep,
     ZopImageSize srcRoiSize, Zop16s* pDst, int dstStep, ZopImageSize dstRoiSize, int topBorderHeight,
     int leftBorderWidth);
@@ -154,7 +154,7 @@ ZOPI_API ZopStatus zopiCopyReplicateBorder_32s_C3R(const Zop32s* pSrc, int srcSt
 ZOPI_API ZopStatus zopiCopyReplicateBorder_32s_C4R(const Zop32s* pSrc, int srcStep,
     ZopImageSize srcRoiSize, Zop32s* pDst, int dstStep, ZopImageSize dstRoiSize, int topBorderHeight,
     int leftBorderWidth);
-/// 32-bit signed, three of four channels, alpha left alone.
+/// 32-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCopyReplicateBorder_32s_AC4R(const Zop32s* pSrc, int srcStep,
     ZopImageSize srcRoiSize, Zop32s* pDst, int dstStep, ZopImageSize dstRoiSize, int topBorderHeight,
     int leftBorderWidth);

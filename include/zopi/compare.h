@@ -45,7 +45,7 @@ ZOPI_API ZopStatus zopiCompare_8u_C3R(const Zop8u* pSrc1, int src1Step, const Zo
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiCompare_8u_C4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, int cmpOp);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCompare_8u_AC4R(const Zop8u* pSrc1, int src1Step, const Zop8u* pSrc2, int src2Step,
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, int cmpOp);
 /// 16-bit signed, one channel.
@@ -57,7 +57,7 @@ ZOPI_API ZopStatus zopiCompare_16s_C3R(const Zop16s* pSrc1, int src1Step, const 
 /// 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiCompare_16s_C4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
     int src2Step, Zop8u* pDst, int dstStep, ZopImageSize roiSize, int cmpOp);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCompare_16s_AC4R(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
     int src2Step, Zop8u* pDst, int dstStep, ZopImageSize roiSize, int cmpOp);
 /// Single precision, one channel.
@@ -69,7 +69,7 @@ ZOPI_API ZopStatus zopiCompare_32f_C3R(const Zop32f* pSrc1, int src1Step, const 
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiCompare_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
     int src2Step, Zop8u* pDst, int dstStep, ZopImageSize roiSize, int cmpOp);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCompare_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
     int src2Step, Zop8u* pDst, int dstStep, ZopImageSize roiSize, int cmpOp);
 /// @}
@@ -107,7 +107,7 @@ ZOPI_API ZopStatus zopiCompareC_8u_C3R(const Zop8u* pSrc, int srcStep, const Zop
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiCompareC_8u_C4R(const Zop8u* pSrc, int srcStep, const Zop8u value[4], Zop8u* pDst,
     int dstStep, ZopImageSize roiSize, int cmpOp);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCompareC_8u_AC4R(const Zop8u* pSrc, int srcStep, const Zop8u value[3], Zop8u* pDst,
     int dstStep, ZopImageSize roiSize, int cmpOp);
 /// 16-bit signed, one channel.
@@ -119,7 +119,7 @@ ZOPI_API ZopStatus zopiCompareC_16s_C3R(const Zop16s* pSrc, int srcStep, const Z
 /// 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiCompareC_16s_C4R(const Zop16s* pSrc, int srcStep, const Zop16s value[4],
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, int cmpOp);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCompareC_16s_AC4R(const Zop16s* pSrc, int srcStep, const Zop16s value[3],
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, int cmpOp);
 /// Single precision, one channel.
@@ -131,7 +131,7 @@ ZOPI_API ZopStatus zopiCompareC_32f_C3R(const Zop32f* pSrc, int srcStep, const Z
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiCompareC_32f_C4R(const Zop32f* pSrc, int srcStep, const Zop32f value[4],
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, int cmpOp);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCompareC_32f_AC4R(const Zop32f* pSrc, int srcStep, const Zop32f value[3],
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, int cmpOp);
 /// @}
@@ -166,7 +166,7 @@ ZOPI_API ZopStatus zopiCompareEqualEps_32f_C3R(const Zop32f* pSrc1, int src1Step
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiCompareEqualEps_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
     int src2Step, Zop8u* pDst, int dstStep, ZopImageSize roiSize, Zop32f eps);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCompareEqualEps_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
     int src2Step, Zop8u* pDst, int dstStep, ZopImageSize roiSize, Zop32f eps);
 /// @}
@@ -201,7 +201,7 @@ ZOPI_API ZopStatus zopiCompareEqualEpsC_32f_C3R(const Zop32f* pSrc, int srcStep,
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiCompareEqualEpsC_32f_C4R(const Zop32f* pSrc, int srcStep, const Zop32f value[4],
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, Zop32f eps);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCompareEqualEpsC_32f_AC4R(const Zop32f* pSrc, int srcStep, const Zop32f value[3],
     Zop8u* pDst, int dstStep, ZopImageSize roiSize, Zop32f eps);
 /// @}
@@ -245,7 +245,7 @@ ZOPI_API ZopStatus zopiThreshold_Val_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8
 /// 8-bit unsigned, three channels.
 ZOPI_API ZopStatus zopiThreshold_Val_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u threshold[3], const Zop8u value[3], int cmpOp);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_Val_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u threshold[3], const Zop8u value[3], int cmpOp);
 /// 16-bit signed, one channel.
@@ -254,7 +254,7 @@ ZOPI_API ZopStatus zopiThreshold_Val_16s_C1R(const Zop16s* pSrc, int srcStep, Zo
 /// 16-bit signed, three channels.
 ZOPI_API ZopStatus zopiThreshold_Val_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop16s threshold[3], const Zop16s value[3], int cmpOp);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_Val_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop16s threshold[3], const Zop16s value[3], int cmpOp);
 /// Single precision, one channel.
@@ -263,7 +263,7 @@ ZOPI_API ZopStatus zopiThreshold_Val_32f_C1R(const Zop32f* pSrc, int srcStep, Zo
 /// Single precision, three channels.
 ZOPI_API ZopStatus zopiThreshold_Val_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32f threshold[3], const Zop32f value[3], int cmpOp);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_Val_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32f threshold[3], const Zop32f value[3], int cmpOp);
 /// 8-bit unsigned, one channel, in place.
@@ -272,7 +272,7 @@ ZOPI_API ZopStatus zopiThreshold_Val_8u_C1IR(Zop8u* pSrcDst, int srcDstStep, Zop
 /// 8-bit unsigned, three channels, in place.
 ZOPI_API ZopStatus zopiThreshold_Val_8u_C3IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u threshold[3], const Zop8u value[3], int cmpOp);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_Val_8u_AC4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u threshold[3], const Zop8u value[3], int cmpOp);
 /// 16-bit signed, one channel, in place.
@@ -281,7 +281,7 @@ ZOPI_API ZopStatus zopiThreshold_Val_16s_C1IR(Zop16s* pSrcDst, int srcDstStep, Z
 /// 16-bit signed, three channels, in place.
 ZOPI_API ZopStatus zopiThreshold_Val_16s_C3IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop16s threshold[3], const Zop16s value[3], int cmpOp);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_Val_16s_AC4IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop16s threshold[3], const Zop16s value[3], int cmpOp);
 /// Single precision, one channel, in place.
@@ -290,7 +290,7 @@ ZOPI_API ZopStatus zopiThreshold_Val_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, Z
 /// Single precision, three channels, in place.
 ZOPI_API ZopStatus zopiThreshold_Val_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop32f threshold[3], const Zop32f value[3], int cmpOp);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_Val_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop32f threshold[3], const Zop32f value[3], int cmpOp);
 /// @}
@@ -327,7 +327,7 @@ ZOPI_API ZopStatus zopiThreshold_GTVal_8u_C3R(const Zop8u* pSrc, int srcStep, Zo
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiThreshold_GTVal_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u threshold[4], const Zop8u value[4]);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_GTVal_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u threshold[3], const Zop8u value[3]);
 /// 16-bit signed, one channel.
@@ -339,7 +339,7 @@ ZOPI_API ZopStatus zopiThreshold_GTVal_16s_C3R(const Zop16s* pSrc, int srcStep, 
 /// 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiThreshold_GTVal_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop16s threshold[4], const Zop16s value[4]);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_GTVal_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop16s threshold[3], const Zop16s value[3]);
 /// Single precision, one channel.
@@ -351,7 +351,7 @@ ZOPI_API ZopStatus zopiThreshold_GTVal_32f_C3R(const Zop32f* pSrc, int srcStep, 
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiThreshold_GTVal_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32f threshold[4], const Zop32f value[4]);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_GTVal_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32f threshold[3], const Zop32f value[3]);
 /// 8-bit unsigned, one channel, in place.
@@ -363,7 +363,7 @@ ZOPI_API ZopStatus zopiThreshold_GTVal_8u_C3IR(Zop8u* pSrcDst, int srcDstStep, Z
 /// 8-bit unsigned, four channels, in place.
 ZOPI_API ZopStatus zopiThreshold_GTVal_8u_C4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u threshold[4], const Zop8u value[4]);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_GTVal_8u_AC4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u threshold[3], const Zop8u value[3]);
 /// 16-bit signed, one channel, in place.
@@ -375,7 +375,7 @@ ZOPI_API ZopStatus zopiThreshold_GTVal_16s_C3IR(Zop16s* pSrcDst, int srcDstStep,
 /// 16-bit signed, four channels, in place.
 ZOPI_API ZopStatus zopiThreshold_GTVal_16s_C4IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop16s threshold[4], const Zop16s value[4]);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_GTVal_16s_AC4IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop16s threshold[3], const Zop16s value[3]);
 /// Single precision, one channel, in place.
@@ -387,7 +387,7 @@ ZOPI_API ZopStatus zopiThreshold_GTVal_32f_C3IR(Zop32f* pSrcDst, int srcDstStep,
 /// Single precision, four channels, in place.
 ZOPI_API ZopStatus zopiThreshold_GTVal_32f_C4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop32f threshold[4], const Zop32f value[4]);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_GTVal_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop32f threshold[3], const Zop32f value[3]);
 /// @}
@@ -424,7 +424,7 @@ ZOPI_API ZopStatus zopiThreshold_LTVal_8u_C3R(const Zop8u* pSrc, int srcStep, Zo
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiThreshold_LTVal_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u threshold[4], const Zop8u value[4]);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_LTVal_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u threshold[3], const Zop8u value[3]);
 /// 16-bit signed, one channel.
@@ -436,7 +436,7 @@ ZOPI_API ZopStatus zopiThreshold_LTVal_16s_C3R(const Zop16s* pSrc, int srcStep, 
 /// 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiThreshold_LTVal_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop16s threshold[4], const Zop16s value[4]);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_LTVal_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop16s threshold[3], const Zop16s value[3]);
 /// Single precision, one channel.
@@ -448,7 +448,7 @@ ZOPI_API ZopStatus zopiThreshold_LTVal_32f_C3R(const Zop32f* pSrc, int srcStep, 
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiThreshold_LTVal_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32f threshold[4], const Zop32f value[4]);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_LTVal_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32f threshold[3], const Zop32f value[3]);
 /// 8-bit unsigned, one channel, in place.
@@ -460,7 +460,7 @@ ZOPI_API ZopStatus zopiThreshold_LTVal_8u_C3IR(Zop8u* pSrcDst, int srcDstStep, Z
 /// 8-bit unsigned, four channels, in place.
 ZOPI_API ZopStatus zopiThreshold_LTVal_8u_C4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u threshold[4], const Zop8u value[4]);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_LTVal_8u_AC4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u threshold[3], const Zop8u value[3]);
 /// 16-bit signed, one channel, in place.
@@ -472,7 +472,7 @@ ZOPI_API ZopStatus zopiThreshold_LTVal_16s_C3IR(Zop16s* pSrcDst, int srcDstStep,
 /// 16-bit signed, four channels, in place.
 ZOPI_API ZopStatus zopiThreshold_LTVal_16s_C4IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop16s threshold[4], const Zop16s value[4]);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_LTVal_16s_AC4IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop16s threshold[3], const Zop16s value[3]);
 /// Single precision, one channel, in place.
@@ -484,7 +484,7 @@ ZOPI_API ZopStatus zopiThreshold_LTVal_32f_C3IR(Zop32f* pSrcDst, int srcDstStep,
 /// Single precision, four channels, in place.
 ZOPI_API ZopStatus zopiThreshold_LTVal_32f_C4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop32f threshold[4], const Zop32f value[4]);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_LTVal_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop32f threshold[3], const Zop32f value[3]);
 /// @}
@@ -517,7 +517,7 @@ ZOPI_API ZopStatus zopiThreshold_GT_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u
 /// 8-bit unsigned, three channels.
 ZOPI_API ZopStatus zopiThreshold_GT_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u threshold[3]);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_GT_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u threshold[3]);
 /// 16-bit signed, one channel.
@@ -526,7 +526,7 @@ ZOPI_API ZopStatus zopiThreshold_GT_16s_C1R(const Zop16s* pSrc, int srcStep, Zop
 /// 16-bit signed, three channels.
 ZOPI_API ZopStatus zopiThreshold_GT_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop16s threshold[3]);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_GT_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop16s threshold[3]);
 /// Single precision, one channel.
@@ -535,7 +535,7 @@ ZOPI_API ZopStatus zopiThreshold_GT_32f_C1R(const Zop32f* pSrc, int srcStep, Zop
 /// Single precision, three channels.
 ZOPI_API ZopStatus zopiThreshold_GT_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32f threshold[3]);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_GT_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32f threshold[3]);
 /// 8-bit unsigned, one channel, in place.
@@ -544,7 +544,7 @@ ZOPI_API ZopStatus zopiThreshold_GT_8u_C1IR(Zop8u* pSrcDst, int srcDstStep, ZopI
 /// 8-bit unsigned, three channels, in place.
 ZOPI_API ZopStatus zopiThreshold_GT_8u_C3IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u threshold[3]);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_GT_8u_AC4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u threshold[3]);
 /// 16-bit signed, one channel, in place.
@@ -553,7 +553,7 @@ ZOPI_API ZopStatus zopiThreshold_GT_16s_C1IR(Zop16s* pSrcDst, int srcDstStep, Zo
 /// 16-bit signed, three channels, in place.
 ZOPI_API ZopStatus zopiThreshold_GT_16s_C3IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop16s threshold[3]);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_GT_16s_AC4IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop16s threshold[3]);
 /// Single precision, one channel, in place.
@@ -562,7 +562,7 @@ ZOPI_API ZopStatus zopiThreshold_GT_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, Zo
 /// Single precision, three channels, in place.
 ZOPI_API ZopStatus zopiThreshold_GT_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop32f threshold[3]);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_GT_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop32f threshold[3]);
 /// @}
@@ -595,7 +595,7 @@ ZOPI_API ZopStatus zopiThreshold_LT_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u
 /// 8-bit unsigned, three channels.
 ZOPI_API ZopStatus zopiThreshold_LT_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u threshold[3]);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_LT_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u threshold[3]);
 /// 16-bit signed, one channel.
@@ -604,7 +604,7 @@ ZOPI_API ZopStatus zopiThreshold_LT_16s_C1R(const Zop16s* pSrc, int srcStep, Zop
 /// 16-bit signed, three channels.
 ZOPI_API ZopStatus zopiThreshold_LT_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop16s threshold[3]);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_LT_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop16s threshold[3]);
 /// Single precision, one channel.
@@ -613,7 +613,7 @@ ZOPI_API ZopStatus zopiThreshold_LT_32f_C1R(const Zop32f* pSrc, int srcStep, Zop
 /// Single precision, three channels.
 ZOPI_API ZopStatus zopiThreshold_LT_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32f threshold[3]);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_LT_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32f threshold[3]);
 /// 8-bit unsigned, one channel, in place.
@@ -622,7 +622,7 @@ ZOPI_API ZopStatus zopiThreshold_LT_8u_C1IR(Zop8u* pSrcDst, int srcDstStep, ZopI
 /// 8-bit unsigned, three channels, in place.
 ZOPI_API ZopStatus zopiThreshold_LT_8u_C3IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u threshold[3]);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_LT_8u_AC4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u threshold[3]);
 /// 16-bit signed, one channel, in place.
@@ -631,7 +631,7 @@ ZOPI_API ZopStatus zopiThreshold_LT_16s_C1IR(Zop16s* pSrcDst, int srcDstStep, Zo
 /// 16-bit signed, three channels, in place.
 ZOPI_API ZopStatus zopiThreshold_LT_16s_C3IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop16s threshold[3]);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_LT_16s_AC4IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop16s threshold[3]);
 /// Single precision, one channel, in place.
@@ -640,7 +640,7 @@ ZOPI_API ZopStatus zopiThreshold_LT_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, Zo
 /// Single precision, three channels, in place.
 ZOPI_API ZopStatus zopiThreshold_LT_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop32f threshold[3]);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_LT_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop32f threshold[3]);
 /// @}
@@ -674,7 +674,7 @@ ZOPI_API ZopStatus zopiThreshold_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* p
 /// 8-bit unsigned, three channels.
 ZOPI_API ZopStatus zopiThreshold_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u threshold[3], int cmpOp);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u threshold[3], int cmpOp);
 /// 16-bit signed, one channel.
@@ -683,7 +683,7 @@ ZOPI_API ZopStatus zopiThreshold_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s
 /// 16-bit signed, three channels.
 ZOPI_API ZopStatus zopiThreshold_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop16s threshold[3], int cmpOp);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop16s threshold[3], int cmpOp);
 /// Single precision, one channel.
@@ -692,7 +692,7 @@ ZOPI_API ZopStatus zopiThreshold_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f
 /// Single precision, three channels.
 ZOPI_API ZopStatus zopiThreshold_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32f threshold[3], int cmpOp);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32f threshold[3], int cmpOp);
 /// 8-bit unsigned, one channel, in place.
@@ -701,7 +701,7 @@ ZOPI_API ZopStatus zopiThreshold_8u_C1IR(Zop8u* pSrcDst, int srcDstStep, ZopImag
 /// 8-bit unsigned, three channels, in place.
 ZOPI_API ZopStatus zopiThreshold_8u_C3IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u threshold[3], int cmpOp);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_8u_AC4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u threshold[3], int cmpOp);
 /// 16-bit signed, one channel, in place.
@@ -710,7 +710,7 @@ ZOPI_API ZopStatus zopiThreshold_16s_C1IR(Zop16s* pSrcDst, int srcDstStep, ZopIm
 /// 16-bit signed, three channels, in place.
 ZOPI_API ZopStatus zopiThreshold_16s_C3IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop16s threshold[3], int cmpOp);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_16s_AC4IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop16s threshold[3], int cmpOp);
 /// Single precision, one channel, in place.
@@ -719,7 +719,7 @@ ZOPI_API ZopStatus zopiThreshold_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, ZopIm
 /// Single precision, three channels, in place.
 ZOPI_API ZopStatus zopiThreshold_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop32f threshold[3], int cmpOp);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop32f threshold[3], int cmpOp);
 /// @}
@@ -761,7 +761,7 @@ ZOPI_API ZopStatus zopiThreshold_LTValGTVal_8u_C1R(const Zop8u* pSrc, int srcSte
 ZOPI_API ZopStatus zopiThreshold_LTValGTVal_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst,
     int dstStep, ZopImageSize roiSize, const Zop8u thresholdLT[3], const Zop8u valueLT[3],
     const Zop8u thresholdGT[3], const Zop8u valueGT[3]);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_LTValGTVal_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst,
     int dstStep, ZopImageSize roiSize, const Zop8u thresholdLT[3], const Zop8u valueLT[3],
     const Zop8u thresholdGT[3], const Zop8u valueGT[3]);
@@ -773,7 +773,7 @@ ZOPI_API ZopStatus zopiThreshold_LTValGTVal_16s_C1R(const Zop16s* pSrc, int srcS
 ZOPI_API ZopStatus zopiThreshold_LTValGTVal_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
     int dstStep, ZopImageSize roiSize, const Zop16s thresholdLT[3], const Zop16s valueLT[3],
     const Zop16s thresholdGT[3], const Zop16s valueGT[3]);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_LTValGTVal_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
     int dstStep, ZopImageSize roiSize, const Zop16s thresholdLT[3], const Zop16s valueLT[3],
     const Zop16s thresholdGT[3], const Zop16s valueGT[3]);
@@ -785,7 +785,7 @@ ZOPI_API ZopStatus zopiThreshold_LTValGTVal_32f_C1R(const Zop32f* pSrc, int srcS
 ZOPI_API ZopStatus zopiThreshold_LTValGTVal_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
     int dstStep, ZopImageSize roiSize, const Zop32f thresholdLT[3], const Zop32f valueLT[3],
     const Zop32f thresholdGT[3], const Zop32f valueGT[3]);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiThreshold_LTValGTVal_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
     int dstStep, ZopImageSize roiSize, const Zop32f thresholdLT[3], const Zop32f valueLT[3],
     const Zop32f thresholdGT[3], const Zop32f valueGT[3]);
@@ -795,7 +795,7 @@ ZOPI_API ZopStatus zopiThreshold_LTValGTVal_8u_C1IR(Zop8u* pSrcDst, int srcDstSt
 /// 8-bit unsigned, three channels, in place.
 ZOPI_API ZopStatus zopiThreshold_LTValGTVal_8u_C3IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u thresholdLT[3], const Zop8u valueLT[3], const Zop8u thresholdGT[3], const Zop8u valueGT[3]);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_LTValGTVal_8u_AC4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop8u thresholdLT[3], const Zop8u valueLT[3], const Zop8u thresholdGT[3], const Zop8u valueGT[3]);
 /// 16-bit signed, one channel, in place.
@@ -805,7 +805,7 @@ ZOPI_API ZopStatus zopiThreshold_LTValGTVal_16s_C1IR(Zop16s* pSrcDst, int srcDst
 ZOPI_API ZopStatus zopiThreshold_LTValGTVal_16s_C3IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop16s thresholdLT[3], const Zop16s valueLT[3], const Zop16s thresholdGT[3],
     const Zop16s valueGT[3]);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_LTValGTVal_16s_AC4IR(Zop16s* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, const Zop16s thresholdLT[3], const Zop16s valueLT[3],
     const Zop16s thresholdGT[3], const Zop16s valueGT[3]);
@@ -816,7 +816,7 @@ ZOPI_API ZopStatus zopiThreshold_LTValGTVal_32f_C1IR(Zop32f* pSrcDst, int srcDst
 ZOPI_API ZopStatus zopiThreshold_LTValGTVal_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
     const Zop32f thresholdLT[3], const Zop32f valueLT[3], const Zop32f thresholdGT[3],
     const Zop32f valueGT[3]);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiThreshold_LTValGTVal_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep,
     ZopImageSize roiSize, const Zop32f thresholdLT[3], const Zop32f valueLT[3],
     const Zop32f thresholdGT[3], const Zop32f valueGT[3]);

@@ -45,7 +45,7 @@ ZOPI_API Zop8u* zopiMalloc_8u_C2(int widthPixels, int heightPixels, int* pStepBy
 ZOPI_API Zop8u* zopiMalloc_8u_C3(int widthPixels, int heightPixels, int* pStepBytes);
 /// 8-bit unsigned, four channels.
 ZOPI_API Zop8u* zopiMalloc_8u_C4(int widthPixels, int heightPixels, int* pStepBytes);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API Zop8u* zopiMalloc_8u_AC4(int widthPixels, int heightPixels, int* pStepBytes);
 /// 16-bit unsigned, one channel.
 ZOPI_API Zop16u* zopiMalloc_16u_C1(int widthPixels, int heightPixels, int* pStepBytes);
@@ -55,7 +55,7 @@ ZOPI_API Zop16u* zopiMalloc_16u_C2(int widthPixels, int heightPixels, int* pStep
 ZOPI_API Zop16u* zopiMalloc_16u_C3(int widthPixels, int heightPixels, int* pStepBytes);
 /// 16-bit unsigned, four channels.
 ZOPI_API Zop16u* zopiMalloc_16u_C4(int widthPixels, int heightPixels, int* pStepBytes);
-/// 16-bit unsigned, three of four channels, alpha left alone.
+/// 16-bit unsigned, four channels, the last is alpha.
 ZOPI_API Zop16u* zopiMalloc_16u_AC4(int widthPixels, int heightPixels, int* pStepBytes);
 /// 16-bit signed, one channel.
 ZOPI_API Zop16s* zopiMalloc_16s_C1(int widthPixels, int heightPixels, int* pStepBytes);
@@ -65,7 +65,7 @@ ZOPI_API Zop16s* zopiMalloc_16s_C2(int widthPixels, int heightPixels, int* pStep
 ZOPI_API Zop16s* zopiMalloc_16s_C3(int widthPixels, int heightPixels, int* pStepBytes);
 /// 16-bit signed, four channels.
 ZOPI_API Zop16s* zopiMalloc_16s_C4(int widthPixels, int heightPixels, int* pStepBytes);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API Zop16s* zopiMalloc_16s_AC4(int widthPixels, int heightPixels, int* pStepBytes);
 /// 32-bit signed, one channel.
 ZOPI_API Zop32s* zopiMalloc_32s_C1(int widthPixels, int heightPixels, int* pStepBytes);
@@ -75,7 +75,7 @@ ZOPI_API Zop32s* zopiMalloc_32s_C2(int widthPixels, int heightPixels, int* pStep
 ZOPI_API Zop32s* zopiMalloc_32s_C3(int widthPixels, int heightPixels, int* pStepBytes);
 /// 32-bit signed, four channels.
 ZOPI_API Zop32s* zopiMalloc_32s_C4(int widthPixels, int heightPixels, int* pStepBytes);
-/// 32-bit signed, three of four channels, alpha left alone.
+/// 32-bit signed, four channels, the last is alpha.
 ZOPI_API Zop32s* zopiMalloc_32s_AC4(int widthPixels, int heightPixels, int* pStepBytes);
 /// Single precision, one channel.
 ZOPI_API Zop32f* zopiMalloc_32f_C1(int widthPixels, int heightPixels, int* pStepBytes);
@@ -85,7 +85,7 @@ ZOPI_API Zop32f* zopiMalloc_32f_C2(int widthPixels, int heightPixels, int* pStep
 ZOPI_API Zop32f* zopiMalloc_32f_C3(int widthPixels, int heightPixels, int* pStepBytes);
 /// Single precision, four channels.
 ZOPI_API Zop32f* zopiMalloc_32f_C4(int widthPixels, int heightPixels, int* pStepBytes);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API Zop32f* zopiMalloc_32f_AC4(int widthPixels, int heightPixels, int* pStepBytes);
 /// 32-bit complex, one channel.
 ZOPI_API Zop32sc* zopiMalloc_32sc_C1(int widthPixels, int heightPixels, int* pStepBytes);
@@ -95,7 +95,7 @@ ZOPI_API Zop32sc* zopiMalloc_32sc_C2(int widthPixels, int heightPixels, int* pSt
 ZOPI_API Zop32sc* zopiMalloc_32sc_C3(int widthPixels, int heightPixels, int* pStepBytes);
 /// 32-bit complex, four channels.
 ZOPI_API Zop32sc* zopiMalloc_32sc_C4(int widthPixels, int heightPixels, int* pStepBytes);
-/// 32-bit complex, three of four channels, alpha left alone.
+/// 32-bit complex, four channels, the last is alpha.
 ZOPI_API Zop32sc* zopiMalloc_32sc_AC4(int widthPixels, int heightPixels, int* pStepBytes);
 /// Single-precision complex, one channel.
 ZOPI_API Zop32fc* zopiMalloc_32fc_C1(int widthPixels, int heightPixels, int* pStepBytes);
@@ -105,7 +105,7 @@ ZOPI_API Zop32fc* zopiMalloc_32fc_C2(int widthPixels, int heightPixels, int* pSt
 ZOPI_API Zop32fc* zopiMalloc_32fc_C3(int widthPixels, int heightPixels, int* pStepBytes);
 /// Single-precision complex, four channels.
 ZOPI_API Zop32fc* zopiMalloc_32fc_C4(int widthPixels, int heightPixels, int* pStepBytes);
-/// Single-precision complex, three of four channels, alpha left alone.
+/// Single-precision complex, four channels, the last is alpha.
 ZOPI_API Zop32fc* zopiMalloc_32fc_AC4(int widthPixels, int heightPixels, int* pStepBytes);
 /// 8-bit unsigned, three planes.
 ZOPI_API Zop8u* zopiMalloc_8u_P3(int widthPixels, int heightPixels, int* pStepBytes);
@@ -135,7 +135,8 @@ ZOPI_API void zopiFree(void* ptr);
 /// @name Absolute value
 ///
 /// Each sample becomes its magnitude. For `16s` the one magnitude out of range saturates: -32768 gives 32767.
-/// For `32f` the sign bit is cleared, of zeros and not-a-numbers too.
+/// For `32f` the sign bit is cleared, of zeros and not-a-numbers too. `AC4` leaves the destination's alpha
+/// alone.
 ///
 /// Rows of the `C1` and `C3` forms advance by whole samples: a step that is no multiple of the sample size
 /// loses its remainder.
@@ -167,7 +168,7 @@ ZOPI_API ZopStatus zopiAbs_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst
 /// 16-bit signed, four channels.
 ZOPI_API ZopStatus zopiAbs_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAbs_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize);
 /// Single precision, one channel.
@@ -179,7 +180,7 @@ ZOPI_API ZopStatus zopiAbs_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiAbs_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiAbs_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
 /// 16-bit signed, one channel, in place.
@@ -188,7 +189,7 @@ ZOPI_API ZopStatus zopiAbs_16s_C1IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSiz
 ZOPI_API ZopStatus zopiAbs_16s_C3IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize);
 /// 16-bit signed, four channels, in place.
 ZOPI_API ZopStatus zopiAbs_16s_C4IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize);
-/// 16-bit signed, three of four channels, alpha left alone, in place.
+/// 16-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAbs_16s_AC4IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize);
 /// Single precision, one channel, in place.
 ZOPI_API ZopStatus zopiAbs_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
@@ -196,7 +197,7 @@ ZOPI_API ZopStatus zopiAbs_32f_C1IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSiz
 ZOPI_API ZopStatus zopiAbs_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
 /// Single precision, four channels, in place.
 ZOPI_API ZopStatus zopiAbs_32f_C4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone, in place.
+/// Single precision, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiAbs_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize);
 /// @}
 

@@ -56,13 +56,13 @@ ZOPI_API ZopStatus zopiCopy_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDs
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiCopy_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCopy_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCopy_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCopy_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
 /// @}
@@ -157,22 +157,22 @@ ZOPI_API ZopStatus zopiCopy_32f_C1C4R(const Zop32f* pSrc, int srcStep, Zop32f* p
 ///
 /// Returns @ref zopStatusOk.
 /// @{
-/// 8-bit unsigned, three of four channels, alpha left alone to three channels.
+/// 8-bit unsigned, four channels, the last is alpha to three channels.
 ZOPI_API ZopStatus zopiCopy_8u_AC4C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 16-bit signed, three of four channels, alpha left alone to three channels.
+/// 16-bit signed, four channels, the last is alpha to three channels.
 ZOPI_API ZopStatus zopiCopy_16s_AC4C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone to three channels.
+/// Single precision, four channels, the last is alpha to three channels.
 ZOPI_API ZopStatus zopiCopy_32f_AC4C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 8-bit unsigned, three channels to three of four channels, alpha left alone.
+/// 8-bit unsigned, three channels to four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCopy_8u_C3AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize);
-/// 16-bit signed, three channels to three of four channels, alpha left alone.
+/// 16-bit signed, three channels to four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCopy_16s_C3AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize);
-/// Single precision, three channels to three of four channels, alpha left alone.
+/// Single precision, three channels to four channels, the last is alpha.
 ZOPI_API ZopStatus zopiCopy_32f_C3AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize);
 /// @}
@@ -258,7 +258,7 @@ ZOPI_API ZopStatus zopiCopy_8u_C3MR(const Zop8u* pSrc, int srcStep, Zop8u* pDst,
 /// 8-bit unsigned, four channels, under a mask.
 ZOPI_API ZopStatus zopiCopy_8u_C4MR(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u* pMask, int maskStep);
-/// 8-bit unsigned, three of four channels, alpha left alone, under a mask.
+/// 8-bit unsigned, four channels, the last is alpha, under a mask.
 ZOPI_API ZopStatus zopiCopy_8u_AC4MR(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u* pMask, int maskStep);
 /// 16-bit signed, one channel, under a mask.
@@ -270,7 +270,7 @@ ZOPI_API ZopStatus zopiCopy_16s_C3MR(const Zop16s* pSrc, int srcStep, Zop16s* pD
 /// 16-bit signed, four channels, under a mask.
 ZOPI_API ZopStatus zopiCopy_16s_C4MR(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u* pMask, int maskStep);
-/// 16-bit signed, three of four channels, alpha left alone, under a mask.
+/// 16-bit signed, four channels, the last is alpha, under a mask.
 ZOPI_API ZopStatus zopiCopy_16s_AC4MR(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u* pMask, int maskStep);
 /// Single precision, one channel, under a mask.
@@ -282,7 +282,7 @@ ZOPI_API ZopStatus zopiCopy_32f_C3MR(const Zop32f* pSrc, int srcStep, Zop32f* pD
 /// Single precision, four channels, under a mask.
 ZOPI_API ZopStatus zopiCopy_32f_C4MR(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u* pMask, int maskStep);
-/// Single precision, three of four channels, alpha left alone, under a mask.
+/// Single precision, four channels, the last is alpha, under a mask.
 ZOPI_API ZopStatus zopiCopy_32f_AC4MR(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u* pMask, int maskStep);
 /// @}
@@ -322,11 +322,11 @@ ZOPI_API ZopStatus zopiSet_32f_C1R(Zop32f value, Zop32f* pDst, int dstStep, ZopI
 ZOPI_API ZopStatus zopiSet_32f_C3R(const Zop32f value[3], Zop32f* pDst, int dstStep, ZopImageSize roiSize);
 /// Single precision, four channels.
 ZOPI_API ZopStatus zopiSet_32f_C4R(const Zop32f value[4], Zop32f* pDst, int dstStep, ZopImageSize roiSize);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSet_8u_AC4R(const Zop8u value[3], Zop8u* pDst, int dstStep, ZopImageSize roiSize);
-/// 16-bit signed, three of four channels, alpha left alone.
+/// 16-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSet_16s_AC4R(const Zop16s value[3], Zop16s* pDst, int dstStep, ZopImageSize roiSize);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSet_32f_AC4R(const Zop32f value[3], Zop32f* pDst, int dstStep, ZopImageSize roiSize);
 /// 8-bit unsigned, one channel of three.
 ZOPI_API ZopStatus zopiSet_8u_C3CR(Zop8u value, Zop8u* pDst, int dstStep, ZopImageSize roiSize);
@@ -369,7 +369,7 @@ ZOPI_API ZopStatus zopiSet_8u_C3MR(const Zop8u value[3], Zop8u* pDst, int dstSte
 /// 8-bit unsigned, four channels, under a mask.
 ZOPI_API ZopStatus zopiSet_8u_C4MR(const Zop8u value[4], Zop8u* pDst, int dstStep, ZopImageSize roiSize,
     const Zop8u* pMask, int maskStep);
-/// 8-bit unsigned, three of four channels, alpha left alone, under a mask.
+/// 8-bit unsigned, four channels, the last is alpha, under a mask.
 ZOPI_API ZopStatus zopiSet_8u_AC4MR(const Zop8u value[3], Zop8u* pDst, int dstStep, ZopImageSize roiSize,
     const Zop8u* pMask, int maskStep);
 /// 16-bit signed, one channel, under a mask.
@@ -381,7 +381,7 @@ ZOPI_API ZopStatus zopiSet_16s_C3MR(const Zop16s value[3], Zop16s* pDst, int dst
 /// 16-bit signed, four channels, under a mask.
 ZOPI_API ZopStatus zopiSet_16s_C4MR(const Zop16s value[4], Zop16s* pDst, int dstStep, ZopImageSize roiSize,
     const Zop8u* pMask, int maskStep);
-/// 16-bit signed, three of four channels, alpha left alone, under a mask.
+/// 16-bit signed, four channels, the last is alpha, under a mask.
 ZOPI_API ZopStatus zopiSet_16s_AC4MR(const Zop16s value[3], Zop16s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u* pMask, int maskStep);
 /// Single precision, one channel, under a mask.
@@ -393,7 +393,7 @@ ZOPI_API ZopStatus zopiSet_32f_C3MR(const Zop32f value[3], Zop32f* pDst, int dst
 /// Single precision, four channels, under a mask.
 ZOPI_API ZopStatus zopiSet_32f_C4MR(const Zop32f value[4], Zop32f* pDst, int dstStep, ZopImageSize roiSize,
     const Zop8u* pMask, int maskStep);
-/// Single precision, three of four channels, alpha left alone, under a mask.
+/// Single precision, four channels, the last is alpha, under a mask.
 ZOPI_API ZopStatus zopiSet_32f_AC4MR(const Zop32f value[3], Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop8u* pMask, int maskStep);
 /// @}

@@ -45,7 +45,7 @@ ZOPI_API ZopStatus zopiMirror_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst
 /// 8-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiMirror_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int flip);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMirror_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, int flip);
 /// 16-bit unsigned, one channel.
@@ -57,7 +57,7 @@ ZOPI_API ZopStatus zopiMirror_16u_C3R(const Zop16u* pSrc, int srcStep, Zop16u* p
 /// 16-bit unsigned, four channels.
 ZOPI_API ZopStatus zopiMirror_16u_C4R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize, int flip);
-/// 16-bit unsigned, three of four channels, alpha left alone.
+/// 16-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMirror_16u_AC4R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize, int flip);
 /// 32-bit signed, one channel.
@@ -69,7 +69,7 @@ ZOPI_API ZopStatus zopiMirror_32s_C3R(const Zop32s* pSrc, int srcStep, Zop32s* p
 /// 32-bit signed, four channels.
 ZOPI_API ZopStatus zopiMirror_32s_C4R(const Zop32s* pSrc, int srcStep, Zop32s* pDst, int dstStep,
     ZopImageSize roiSize, int flip);
-/// 32-bit signed, three of four channels, alpha left alone.
+/// 32-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiMirror_32s_AC4R(const Zop32s* pSrc, int srcStep, Zop32s* pDst, int dstStep,
     ZopImageSize roiSize, int flip);
 /// 8-bit unsigned, one channel, in place.
@@ -78,7 +78,7 @@ ZOPI_API ZopStatus zopiMirror_8u_C1IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSi
 ZOPI_API ZopStatus zopiMirror_8u_C3IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize, int flip);
 /// 8-bit unsigned, four channels, in place.
 ZOPI_API ZopStatus zopiMirror_8u_C4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize, int flip);
-/// 8-bit unsigned, three of four channels, alpha left alone, in place.
+/// 8-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMirror_8u_AC4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize, int flip);
 /// 16-bit unsigned, one channel, in place.
 ZOPI_API ZopStatus zopiMirror_16u_C1IR(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize, int flip);
@@ -86,7 +86,7 @@ ZOPI_API ZopStatus zopiMirror_16u_C1IR(Zop16u* pSrcDst, int srcDstStep, ZopImage
 ZOPI_API ZopStatus zopiMirror_16u_C3IR(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize, int flip);
 /// 16-bit unsigned, four channels, in place.
 ZOPI_API ZopStatus zopiMirror_16u_C4IR(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize, int flip);
-/// 16-bit unsigned, three of four channels, alpha left alone, in place.
+/// 16-bit unsigned, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMirror_16u_AC4IR(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize, int flip);
 /// 32-bit signed, one channel, in place.
 ZOPI_API ZopStatus zopiMirror_32s_C1IR(Zop32s* pSrcDst, int srcDstStep, ZopImageSize roiSize, int flip);
@@ -94,7 +94,7 @@ ZOPI_API ZopStatus zopiMirror_32s_C1IR(Zop32s* pSrcDst, int srcDstStep, ZopImage
 ZOPI_API ZopStatus zopiMirror_32s_C3IR(Zop32s* pSrcDst, int srcDstStep, ZopImageSize roiSize, int flip);
 /// 32-bit signed, four channels, in place.
 ZOPI_API ZopStatus zopiMirror_32s_C4IR(Zop32s* pSrcDst, int srcDstStep, ZopImageSize roiSize, int flip);
-/// 32-bit signed, three of four channels, alpha left alone, in place.
+/// 32-bit signed, four channels, the last is alpha, in place.
 ZOPI_API ZopStatus zopiMirror_32s_AC4IR(Zop32s* pSrcDst, int srcDstStep, ZopImageSize roiSize, int flip);
 /// @}
 
@@ -123,25 +123,25 @@ ZOPI_API ZopStatus zopiMirror_32s_AC4IR(Zop32s* pSrcDst, int srcDstStep, ZopImag
 /// 8-bit unsigned, three channels.
 ZOPI_API ZopStatus zopiSwapChannels_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32s dstOrder[3]);
-/// 8-bit unsigned, three of four channels, alpha left alone.
+/// 8-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSwapChannels_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32s dstOrder[3]);
 /// 16-bit unsigned, three channels.
 ZOPI_API ZopStatus zopiSwapChannels_16u_C3R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32s dstOrder[3]);
-/// 16-bit unsigned, three of four channels, alpha left alone.
+/// 16-bit unsigned, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSwapChannels_16u_AC4R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32s dstOrder[3]);
 /// 32-bit signed, three channels.
 ZOPI_API ZopStatus zopiSwapChannels_32s_C3R(const Zop32s* pSrc, int srcStep, Zop32s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32s dstOrder[3]);
-/// 32-bit signed, three of four channels, alpha left alone.
+/// 32-bit signed, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSwapChannels_32s_AC4R(const Zop32s* pSrc, int srcStep, Zop32s* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32s dstOrder[3]);
 /// Single precision, three channels.
 ZOPI_API ZopStatus zopiSwapChannels_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32s dstOrder[3]);
-/// Single precision, three of four channels, alpha left alone.
+/// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiSwapChannels_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
     ZopImageSize roiSize, const Zop32s dstOrder[3]);
 /// 8-bit unsigned, three channels, in place.

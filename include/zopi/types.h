@@ -76,6 +76,23 @@ enum {
   zopCmpGreater = 4     ///< The first operand is above the second.
 };
 
+/// How zopiAlphaComp() and zopiAlphaCompC() lay a first image, A, over a second one, B. The operations whose
+/// names end in `Premul` take colours that have been multiplied by their alpha already.
+enum {
+  zopAlphaOver = 0,        ///< A before B.
+  zopAlphaIn = 1,          ///< A where B is.
+  zopAlphaOut = 2,         ///< A where B is not.
+  zopAlphaATop = 3,        ///< A where B is, before B.
+  zopAlphaXor = 4,         ///< A where B is not, and B where A is not.
+  zopAlphaPlus = 5,        ///< The sum of both.
+  zopAlphaOverPremul = 6,  ///< zopAlphaOver of premultiplied colours.
+  zopAlphaInPremul = 7,    ///< zopAlphaIn of premultiplied colours.
+  zopAlphaOutPremul = 8,   ///< zopAlphaOut of premultiplied colours.
+  zopAlphaATopPremul = 9,  ///< zopAlphaATop of premultiplied colours.
+  zopAlphaXorPremul = 10,  ///< zopAlphaXor of premultiplied colours.
+  zopAlphaPlusPremul = 11  ///< zopAlphaPlus of premultiplied colours.
+};
+
 /// What zopiGetLibVersion() returns.
 typedef struct ZopLibraryVersion {
   int major;

@@ -6,7 +6,7 @@
 // After foreach_target.h, and in this order.
 #include "hwy/highway.h"
 
-#include "core/lanes-inl.h"
+#include "core/fractions-inl.h"
 #include "core/pixelwise-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -17,20 +17,7 @@ namespace {
 struct MulScale {
   template <class D, class V>
   HWY_INLINE V operator()(D d, V a, V b) const {
-    if constexpr (sizeof(hn::TFromD<D>) == 1) {
-      // (t + 1) * 257 >> 16, in 16-bit lanes.
-      const WideTag<D> dw;
-      const auto product = [dw](auto x, auto y) HWY_ATTR {
-        return hn::MulHigh(hn::Add(hn::Mul(x, y), hn::Set(dw, 1)), hn::Set(dw, 257));
-      };
-      const auto wa = widen(d, a), wb = widen(d, b);
-      const auto odd = hn::ShiftLeft<8>(product(wa.odd, wb.odd));
-      return hn::BitCast(d, hn::Or(odd, product(wa.even, wb.even)));
-    } else {
-      // The carry of low + high + 1: low is not below the complement of high.
-      const auto low = hn::Mul(a, b), high = hn::MulHigh(a, b);
-      return hn::Sub(high, hn::VecFromMask(d, hn::Eq(hn::SaturatedSub(hn::Not(high), low), hn::Zero(d))));
-    }
+    return product(d, b, factor(d, a));
   }
 };
 

@@ -125,13 +125,30 @@ HWY_INLINE hn::Vec<DT> fromReal(DT dt, V v) {
     return hn::ConvertTo(dt, v);
 }
 
+// Lanes held to the range of T. What is no number becomes its lowest value.
+template <class T, class D, class V>
+HWY_INLINE V held(D d, V v) {
+  using Lane = hn::TFromD<D>;
+  using Limits = std::numeric_limits<T>;
+  const auto highest = hn::Set(d, Lane{Limits::max()});
+  if constexpr (std::is_unsigned_v<Lane>)
+    return hn::Min(v, highest);
+  else
+    return hn::Min(hn::Max(v, hn::Set(d, Lane{Limits::min()})), highest);
+}
+
 // Whole numbers as samples of T, held to its range.
 template <class T, class D, class V>
 HWY_INLINE hn::Vec<hn::Rebind<T, D>> saturated(D d, V v) {
-  using Limits = std::numeric_limits<T>;
-  using Real = hn::TFromD<D>;
-  const auto held = hn::Min(hn::Max(v, hn::Set(d, Real{Limits::min()})), hn::Set(d, Real{Limits::max()}));
-  return fromReal(hn::Rebind<T, D>(), held);
+  return fromReal(hn::Rebind<T, D>(), held<T>(d, v));
+}
+
+// Numbers, rounded as the mode of the vector unit says: each whole number stands in the low bits of its lane.
+// Numbers must be below 2^22 in magnitude, doubles below 2^51. From there on, the sum has no bits for halves.
+template <class D, class V>
+HWY_INLINE hn::Vec<hn::RebindToUnsigned<D>> wholeInLowBits(D d, V v) {
+  constexpr double kOrigin = sizeof(hn::TFromD<D>) == 4 ? 0x1.8p23 : 0x1.8p52;
+  return hn::BitCast(hn::RebindToUnsigned<D>(), hn::Add(v, hn::Set(d, hn::TFromD<D>{kOrigin})));
 }
 
 // f of 32-bit lanes in double precision, half a vector at a time. What f gives back is rounded to float

@@ -26,24 +26,9 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Bytes = Tag<uint8_t>;
 
 // The masks of vectors in a row as bytes in a row: as many vectors as a sample has bytes.
-template <class D>
-HWY_INLINE hn::Vec<Bytes> asBytes(D d, hn::Mask<D> m) {
-  return hn::VecFromMask(d, m);
-}
-template <class D>
-HWY_INLINE hn::Vec<Bytes> asBytes(D d, hn::Mask<D> m0, hn::Mask<D> m1) {
-  const Bytes d8;
-  return hn::ConcatEven(d8, hn::BitCast(d8, hn::VecFromMask(d, m1)), hn::BitCast(d8, hn::VecFromMask(d, m0)));
-}
-template <class D>
-HWY_INLINE hn::Vec<Bytes> asBytes(D d, hn::Mask<D> m0, hn::Mask<D> m1, hn::Mask<D> m2, hn::Mask<D> m3) {
-  const Tag<int16_t> d16;
-  const Bytes d8;
-  const auto half = [&](hn::Mask<D> low, hn::Mask<D> high) HWY_ATTR {
-    return hn::ConcatEven(d16, hn::BitCast(d16, hn::VecFromMask(d, high)),
-                          hn::BitCast(d16, hn::VecFromMask(d, low)));
-  };
-  return hn::ConcatEven(d8, hn::BitCast(d8, half(m2, m3)), hn::BitCast(d8, half(m0, m1)));
+template <class D, class... M>
+HWY_INLINE hn::Vec<Bytes> asBytes(D d, M... masks) {
+  return packed(Bytes(), hn::VecFromMask(d, masks)...);
 }
 
 // Joins the bytes of each pixel: vectors of samples in a row become one of pixels.

@@ -17,15 +17,17 @@ namespace HWY_NAMESPACE {
 template <class Op, class T>
 using OperandTag = SamplesOf<T, LaneTag<Op, T>>;
 
-template <class Op, class T, class... P>
-void imageRows(Image<const T> a, Image<T> out, Extent e, P... p) {
-  mapRows(LaneTag<Op, T>(), Op{p...}, out, e, ImageOperand<OperandTag<Op, T>>{a});
+template <class Op, class S, class T, class... P>
+void imageRows(Image<const S> a, Image<T> out, Extent e, P... p) {
+  using D = LaneTag<Op, T>;
+  mapRows(D(), Op{p...}, out, e, ImageOperand<SamplesOf<S, D>>{a});
 }
 
-template <class Op, class T, class... P>
-void imageRowsKeeping(const Pattern<T>& written, Image<const T> a, Image<T> out, Extent e, P... p) {
-  mapRows(LaneTag<Op, T>(), Keeping<Op>{Op{p...}}, out, unstreamed(e), ImageOperand<OperandTag<Op, T>>{out},
-          PatternOperand<OperandTag<Op, T>>(written), ImageOperand<OperandTag<Op, T>>{a});
+template <class Op, class S, class T, class... P>
+void imageRowsKeeping(const Pattern<T>& written, Image<const S> a, Image<T> out, Extent e, P... p) {
+  using D = LaneTag<Op, T>;
+  mapRows(D(), Keeping<Op>{Op{p...}}, out, unstreamed(e), ImageOperand<SamplesOf<T, D>>{out},
+          PatternOperand<SamplesOf<T, D>>(written), ImageOperand<SamplesOf<S, D>>{a});
 }
 
 template <class Op, class T, class... P>
@@ -56,9 +58,13 @@ void constantRowsKeeping(const Pattern<T>& written, const Pattern<T>& a, Image<c
           ImageOperand<OperandTag<Op, T>>{b});
 }
 
+template <class Op, class S, class T, class... P>
+constexpr ConversionRow<S, T, P...> conversionRows() {
+  return {imageRows<Op, S, T, P...>, imageRowsKeeping<Op, S, T, P...>};
+}
 template <class Op, class T, class... P>
 constexpr UnaryRow<T, P...> unaryRows() {
-  return {imageRows<Op, T, P...>, imageRowsKeeping<Op, T, P...>};
+  return conversionRows<Op, T, T, P...>();
 }
 template <class Op, class T, class... P>
 constexpr BinaryRow<T, P...> binaryRowsWithoutKeeping() {

@@ -12,13 +12,17 @@
 
 namespace zopi {
 
-// The rows of an operation on one image. `written` is all ones for the samples that change. What no plan asks
-// for may be null. `P` are the operation's parameters.
-template <class T, class... P>
-struct UnaryRow {
-  void (*image)(Image<const T> a, Image<T> out, Extent e, P... parameters);
-  void (*imageKeeping)(const Pattern<T>& written, Image<const T> a, Image<T> out, Extent e, P... parameters);
+// The rows of an operation that makes samples T of samples S. `written` is all ones for the samples that
+// change. What no plan asks for may be null. `P` are the operation's parameters.
+template <class S, class T, class... P>
+struct ConversionRow {
+  void (*image)(Image<const S> a, Image<T> out, Extent e, P... parameters);
+  void (*imageKeeping)(const Pattern<T>& written, Image<const S> a, Image<T> out, Extent e, P... parameters);
 };
+
+// The rows of an operation on one image.
+template <class T, class... P>
+using UnaryRow = ConversionRow<T, T, P...>;
 
 // The same for two operands, the first of which may be a constant.
 template <class T, class... P>
@@ -52,30 +56,39 @@ Extent realExtent(ZopImageSize size) {
 }
 
 // out = op(a). On the calling thread.
-template <class Layout, class T, class... P>
-void mapImage(const UnaryRow<Real<T>, P...>& rows, Image<const T> a, std::type_identity_t<Image<T>> out,
+template <class Layout, class S, class T, class... P>
+void mapImage(const ConversionRow<Real<S>, Real<T>, P...>& rows, Image<const S> a, Image<T> out,
               ZopImageSize size, std::type_identity_t<P>... parameters) {
-  using R = Real<T>;
   walkSerial(
       realExtent<Layout, T>(size),
-      [&](Image<const R> p, Image<R> r, Extent e) {
+      [&](Image<const Real<S>> p, Image<Real<T>> r, Extent e) {
         if constexpr (Layout::colours < Layout::channels)
           rows.imageKeeping(kWritten<Layout, T>, p, r, e, parameters...);
         else
           rows.image(p, r, e, parameters...);
       },
-      a.template as<R>(), out.template as<R>());
+      a.template as<Real<S>>(), out.template as<Real<T>>());
 }
 
-// out = op(a, b). Rows that keep alpha are never shared.
-template <class Layout, class T, class... P>
-void mapImages(bool parallel, const BinaryRow<Real<T>, P...>& rows, Image<const T> a,
+// Rows are shared where `parallel` says so, never by forms that keep alpha. Where the compiler knows that
+// they are not, it keeps the arguments in registers.
+template <class Layout, class Parallel, class Body, class... I>
+void walkPixelwise(Parallel parallel, Extent e, const Body& body, I... images) {
+  if constexpr (Layout::colours < Layout::channels || std::is_same_v<Parallel, std::false_type>)
+    walkSerial(e, body, images...);
+  else
+    walkRows(parallel, e, body, images...);
+}
+
+// out = op(a, b).
+template <class Layout, class Parallel, class T, class... P>
+void mapImages(Parallel parallel, const BinaryRow<Real<T>, P...>& rows, Image<const T> a,
                std::type_identity_t<Image<const T>> b, std::type_identity_t<Image<T>> out, ZopImageSize size,
                std::type_identity_t<P>... parameters) {
   using R = Real<T>;
   constexpr bool keeps = Layout::colours < Layout::channels;
-  walkRows(
-      parallel && !keeps, realExtent<Layout, T>(size),
+  walkPixelwise<Layout>(
+      parallel, realExtent<Layout, T>(size),
       [&](Image<const R> p, Image<const R> q, Image<R> r, Extent e) {
         if constexpr (keeps)
           rows.imageKeeping(kWritten<Layout, T>, p, q, r, e, parameters...);
@@ -86,15 +99,15 @@ void mapImages(bool parallel, const BinaryRow<Real<T>, P...>& rows, Image<const 
 }
 
 // out = op(constant, b).
-template <class Layout, class T, class... P>
-void mapConstant(bool parallel, const BinaryRow<Real<T>, P...>& rows, const T* constant,
+template <class Layout, class Parallel, class T, class... P>
+void mapConstant(Parallel parallel, const BinaryRow<Real<T>, P...>& rows, const T* constant,
                  std::type_identity_t<Image<const T>> b, std::type_identity_t<Image<T>> out,
                  ZopImageSize size, std::type_identity_t<P>... parameters) {
   using R = Real<T>;
   constexpr bool keeps = Layout::colours < Layout::channels;
   const Pattern<R> a = constantPattern<Layout>(constant);
-  walkRows(
-      parallel && !keeps, realExtent<Layout, T>(size),
+  walkPixelwise<Layout>(
+      parallel, realExtent<Layout, T>(size),
       [&](Image<const R> q, Image<R> r, Extent e) {
         if constexpr (keeps)
           rows.constantKeeping(kWritten<Layout, T>, a, q, r, e, parameters...);
@@ -109,14 +122,14 @@ template <class Layout, class T>
 ZopStatus combineImages(const BinaryRow<Real<T>>& rows, Image<const T> a,
                         std::type_identity_t<Image<const T>> b, std::type_identity_t<Image<T>> out,
                         ZopImageSize size) {
-  mapImages<Layout>(false, rows, a, b, out, size);
+  mapImages<Layout>(std::false_type(), rows, a, b, out, size);
   return zopStatusOk;
 }
 template <class Layout, class T>
 ZopStatus combineWithConstant(const BinaryRow<Real<T>>& rows, const T* constant,
                               std::type_identity_t<Image<const T>> b, std::type_identity_t<Image<T>> out,
                               ZopImageSize size) {
-  mapConstant<Layout>(false, rows, constant, b, out, size);
+  mapConstant<Layout>(std::false_type(), rows, constant, b, out, size);
   return zopStatusOk;
 }
 

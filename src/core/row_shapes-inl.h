@@ -32,6 +32,8 @@ inline constexpr std::ptrdiff_t kLanes = hn::MaxLanes(D());
 template <class D>
 inline constexpr int kStep = kLanes<D> % 8 == 0 ? 3 : kPatternSamples / static_cast<int>(kLanes<D>);
 
+// An operation gives back samples, or integer lanes wider than samples, of which the low bits are stored.
+//
 // What an operation may say of itself: how many samples belong together (a complex sample is two), so that no
 // vector may part them; that it is so short that a loop gains from long steps; that it is never in place, so
 // that samples may be stored before those that overlap them are read; that its rows, if they stream, run from
@@ -91,6 +93,8 @@ using LaneTag = Tag<typename LaneOf<Op, T>::Type>;
 struct Watch {
   bool* met;
 
+  HWY_INLINE Watch(bool* out) : met(out) {}
+
   template <class D, class M>
   HWY_INLINE bool see(D d, M mask) const {
     if (HWY_LIKELY(hn::AllFalse(d, mask))) return false;
@@ -136,8 +140,8 @@ HWY_INLINE void storePart(D d, V v, hn::TFromD<D>* out, std::ptrdiff_t n) {
 
 // Operands of a map. `at(i, k)` is the vector at sample i, k vectors behind the place that `begin` and
 // `advance` have reached. `edge<kRepeat>(i, n)` is the vector of n samples at any sample i. `held` is the
-// operand for a loop of long steps. D is
-// the tag of its vectors, whose samples may be narrower than the lanes that an operation works in.
+// operand for a loop of long steps. D is the tag of its vectors, whose samples may be narrower than the lanes
+// that an operation works in.
 template <class D>
 struct ImageOperand {
   using T = hn::TFromD<D>;
@@ -223,6 +227,47 @@ struct PatternOperand {
     std::memcpy(out, samples + i % kPatternSamples, Count * sizeof(T));
   }
 };
+template <class S>
+constexpr bool hasPhase() {
+  return requires(S s) { s.phase; };
+}
+
+// Wide lanes as samples, by their low bits.
+template <class D, class V>
+HWY_INLINE hn::Vec<D> asSamples(D d, V v) {
+  using Lane = hn::TFromV<V>;
+  if constexpr (sizeof(Lane) == sizeof(hn::TFromD<D>)) {
+    return v;
+  } else {
+    const auto bits = hn::BitCast(hn::Rebind<std::make_unsigned_t<Lane>, D>(), v);
+    return hn::BitCast(d, hn::TruncateTo(hn::RebindToUnsigned<D>(), bits));
+  }
+}
+
+// The same for as many vectors as make a whole one.
+template <class D, class V>
+HWY_INLINE hn::Vec<D> packed(D d, V a) {
+  return hn::BitCast(d, a);
+}
+template <class D, class V>
+HWY_INLINE hn::Vec<D> packed(D d, V a, V b) {
+  return hn::ConcatEven(d, hn::BitCast(d, b), hn::BitCast(d, a));
+}
+template <class D, class V>
+HWY_INLINE hn::Vec<D> packed(D d, V a, V b, V c, V e) {
+  const hn::RepartitionToWide<D> dw;
+  return packed(d, packed(dw, a, b), packed(dw, c, e));
+}
+template <class D, class V>
+HWY_INLINE hn::Vec<D> packed(D d, V a, V b, V c, V e, V f, V g, V h, V i) {
+  const hn::RepartitionToWide<D> dw;
+  return packed(d, packed(dw, a, b, c, e), packed(dw, f, g, h, i));
+}
+
+// How many vectors of an operation's results make one of samples.
+template <class T, class D, class Op, class... S>
+inline constexpr int kPacks =
+    sizeof(hn::TFromV<decltype(std::declval<Op>()(D(), std::declval<S>().at(0, 0)...))>) / sizeof(T);
 
 // The same constant for every sample.
 template <class D>
@@ -263,7 +308,7 @@ HWY_INLINE void mapVectors(D d, const Op& op, T* out, bool stream, std::ptrdiff_
                            std::integer_sequence<int, K...>, const S&... s) {
   constexpr std::ptrdiff_t N = kLanes<D>;
   constexpr SamplesOf<T, D> samples;
-  const auto one = [&](int k) HWY_ATTR { return op(d, s.at(i + k * N, k)...); };
+  const auto one = [&](int k) HWY_ATTR { return asSamples(samples, op(d, s.at(i + k * N, k)...)); };
   const hn::Vec<SamplesOf<T, D>> results[] = {one(K)...};
   if (HWY_UNLIKELY(stream)) {
     (store<true>(samples, results[K], out + i + K * N), ...);
@@ -308,6 +353,28 @@ HWY_INLINE void mapBackward(D d, const Op& op, T* out, std::ptrdiff_t head, std:
   }
 }
 
+// Vectors whose results are packed, and the few before them up to where a packed one is aligned.
+template <class D, class Op, class T, int... K, class... S>
+HWY_INLINE std::ptrdiff_t mapPacked(D d, const Op& op, T* out, std::ptrdiff_t i, std::ptrdiff_t n,
+                                    bool stream, std::integer_sequence<int, K...>, const S&... s) {
+  static_assert(!(hasPhase<S>() || ...), "a pattern would have to turn");
+  constexpr std::ptrdiff_t N = kLanes<D>, kSamples = sizeof...(K) * N;
+  const Tag<T> dt;
+  for (; i + N <= n && !isAligned(dt, out + i); i += N) {
+    mapVectors(d, op, out, stream, i, std::integer_sequence<int, 0>(), s...);
+  }
+  for (; i + kSamples <= n; i += kSamples) {
+    const auto one = [&](int k) HWY_ATTR { return op(d, s.at(i + k * N, k)...); };
+    const auto results = packed(dt, one(K)...);
+    if (HWY_UNLIKELY(stream)) {
+      store<true>(dt, results, out + i);
+    } else {
+      store<false>(dt, results, out + i);
+    }
+  }
+  return i;
+}
+
 // The whole vectors of a row, from sample `head` on.
 template <class D, class Op, class T, class... S>
 HWY_INLINE void mapInner(D d, const Op& op, T* out, std::ptrdiff_t head, std::ptrdiff_t n, bool stream,
@@ -318,7 +385,12 @@ HWY_INLINE void mapInner(D d, const Op& op, T* out, std::ptrdiff_t head, std::pt
   }
   std::ptrdiff_t i = head;
   (s.begin(i), ...);
-  if constexpr (isShort<Op>()) i = mapLongSteps(d, op, out, i, n, stream, s.held()...);
+  constexpr int kPacked = kPacks<T, D, Op, S...>;
+  if constexpr (kPacked > 1) {
+    i = mapPacked(d, op, out, i, n, stream, std::make_integer_sequence<int, kPacked>(), s...);
+  } else if constexpr (isShort<Op>()) {
+    i = mapLongSteps(d, op, out, i, n, stream, s.held()...);
+  }
   for (; i + N <= n; i += N) {
     mapVectors(d, op, out, stream, i, std::integer_sequence<int, 0>(), s...);
     (s.advance(), ...);
@@ -341,7 +413,8 @@ HWY_INLINE void mapRow(D d, const Op& op, T* out, std::ptrdiff_t n, bool stream,
   if constexpr (isApart<Op>()) {
     // In the order of the row: lines that are stored once do not wait for each other.
     const auto storeEdge = [&](std::ptrdiff_t i) HWY_ATTR {
-      storePart(samples, op(d, s.template edge<watches<Op>()>(i, part)...), out + i, part);
+      const auto edge = asSamples(samples, op(d, s.template edge<watches<Op>()>(i, part)...));
+      storePart(samples, edge, out + i, part);
     };
     const bool backward = runsBackward<Op>() && stream;
     if (backward ? overlap : head > 0) storeEdge(backward ? n - part : 0);
@@ -353,7 +426,8 @@ HWY_INLINE void mapRow(D d, const Op& op, T* out, std::ptrdiff_t n, bool stream,
   hn::Vec<SamplesOf<T, D>> first = hn::Zero(samples), last = first;
   for (int edges = (head > 0) + overlap; edges > 0; --edges) {
     first = last;
-    last = op(d, s.template edge<watches<Op>()>(edges == 2 || !overlap ? 0 : n - part, part)...);
+    const std::ptrdiff_t at = edges == 2 || !overlap ? 0 : n - part;
+    last = asSamples(samples, op(d, s.template edge<watches<Op>()>(at, part)...));
   }
 
   mapInner(d, op, out, head, n, stream, s...);
@@ -425,14 +499,15 @@ struct Keeping {
   Op op;
   template <class D, class V, class... Rest>
   HWY_INLINE V operator()(D d, V old, V written, Rest... rest) const {
+    const hn::DFromV<V> samples;
     if constexpr (watches<Op>()) {
-      const auto one = hn::Set(hn::DFromV<V>(), 1);
-      return hn::IfVecThenElse(written, op(d, hn::IfVecThenElse(written, rest, one)...), old);
+      const auto one = hn::Set(samples, 1);
+      const auto results = op(d, hn::IfVecThenElse(written, rest, one)...);
+      return hn::IfVecThenElse(written, asSamples(samples, results), old);
     } else {
-      return hn::IfVecThenElse(written, op(d, rest...), old);
+      return hn::IfVecThenElse(written, asSamples(samples, op(d, rest...)), old);
     }
   }
-  HWY_INLINE void report() const requires(watches<Op>()) { op.report(); }
 };
 
 // Writes the first `Colours` of every `Channels` samples and leaves the others untouched: nothing is stored

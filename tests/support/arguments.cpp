@@ -37,6 +37,8 @@ Arguments::Arguments(const Function& function, ZopImageSize size)
       std::int64_t sample;
       std::memset(&sample, kGoodConstant, sizeof sample);
       values.emplace_back(sample);
+    } else if (std::strcmp(a.name, "vMax") == 0) {
+      values.emplace_back(1.0f);  // vMin is 0
     } else {
       values.emplace_back();
     }

@@ -10,9 +10,9 @@
 
 namespace registry {
 
-// Steps are an array of one a plane. A constant is an array of samples, a sample one by value; a value is any
-// other parameter.
-enum class Role { Source, Destination, InPlace, Mask, Step, Steps, Size, Constant, Sample, Value };
+// Steps are an array of one a plane. A constant is an array of samples, a sample one by value, a result
+// memory for samples; a value is any other parameter.
+enum class Role { Source, Destination, InPlace, Mask, Step, Steps, Size, Constant, Sample, Result, Value };
 
 struct Argument {
   Role role;
@@ -25,7 +25,9 @@ struct Argument {
     return role == Role::Source || role == Role::Destination || role == Role::InPlace || role == Role::Mask;
   }
   bool isWritten() const { return role == Role::Destination || role == Role::InPlace; }
-  bool isPointer() const { return isImage() || role == Role::Constant || role == Role::Steps; }
+  bool isPointer() const {
+    return isImage() || role == Role::Constant || role == Role::Result || role == Role::Steps;
+  }
 };
 
 inline constexpr int kInPlace = 1, kMasked = 2, kChannelOfInterest = 4;

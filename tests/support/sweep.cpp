@@ -139,6 +139,17 @@ void acceptAnyNaN(std::vector<unsigned char>& expected, const std::vector<unsign
   }
 }
 
+// Results are the same bit by bit, but for doubles and floats that are not numbers, and the sign of a zero.
+bool sameResult(const unsigned char* expected, const unsigned char* actual, int bytes) {
+  const auto same = [&](auto a, auto b) {
+    std::memcpy(&a, expected, sizeof a);
+    std::memcpy(&b, actual, sizeof b);
+    return a == b ? a == 0 : std::isnan(a) && std::isnan(b);
+  };
+  if (std::memcmp(expected, actual, bytes) == 0) return true;
+  return bytes == 8 ? same(0.0, 0.0) : bytes == 4 && same(0.0f, 0.0f);
+}
+
 // Makes one call and compares it. False at a difference.
 bool compare(const Function& function, const Shape& shape, const std::vector<registry::Value>& parameters,
              const Constants& constants, const Reference& reference, std::mt19937& random) {
@@ -147,9 +158,11 @@ bool compare(const Function& function, const Shape& shape, const std::vector<reg
   for (const Argument& argument : function.arguments) {
     if (argument.isImage()) images.push_back(makeImage(function, argument, shape, random));
   }
-  // A constant array stands at the end of its memory: a sample too many is a fault.
-  std::vector<std::unique_ptr<guarded::Region>> constantMemory;
-  Call call{function, {shape.width, shape.height}, {}, {}, {}, {}, parameters};
+  // Constants and results stand at the end of their memory: a sample too many is a fault.
+  std::vector<std::unique_ptr<guarded::Region>> constantMemory, resultMemory;
+  std::vector<std::vector<unsigned char>> expectedResults;
+  std::vector<const Argument*> resultArguments;
+  Call call{function, {shape.width, shape.height}, {}, {}, {}, {}, parameters, {}};
   std::vector<registry::Value> values;
   std::vector<std::vector<void*>> planePointers;
   planePointers.reserve(images.size());
@@ -178,6 +191,14 @@ bool compare(const Function& function, const Shape& shape, const std::vector<reg
       values.emplace_back(images[nextImage - 1].planes[0]->step());
     } else if (argument.role == Role::Size) {
       values.emplace_back(call.size);
+    } else if (argument.role == Role::Result) {
+      const int bytes = argument.samples * argument.sampleBytes;
+      resultMemory.push_back(
+          std::make_unique<guarded::Region>(1, bytes, bytes, guarded::Placement{}, random));
+      expectedResults.push_back(resultMemory.back()->bytes());
+      resultArguments.push_back(&argument);
+      call.results.push_back(resultMemory.back()->in(expectedResults.back()));
+      values.emplace_back(resultMemory.back()->at());
     } else if (argument.role == Role::Constant || argument.role == Role::Sample) {
       const int bytes = argument.samples * argument.sampleBytes;
       constantMemory.push_back(
@@ -207,6 +228,21 @@ bool compare(const Function& function, const Shape& shape, const std::vector<reg
   if (status != expected) {
     ADD_FAILURE() << describe(call, shape) << ": status " << status << ", not " << expected;
     return false;
+  }
+  for (std::size_t r = 0; r < resultMemory.size(); ++r) {
+    const Argument& argument = *resultArguments[r];
+    if (resultMemory[r]->equals(expectedResults[r])) continue;
+    for (int i = 0; i < argument.samples; ++i) {
+      const int at = i * argument.sampleBytes;
+      if (sameResult(call.results[r] + at, resultMemory[r]->at() + at, argument.sampleBytes)) continue;
+      ADD_FAILURE() << describe(call, shape) << ": " << argument.name << "[" << i << "] differs";
+      return false;
+    }
+    std::memcpy(call.results[r], resultMemory[r]->at(), argument.samples * argument.sampleBytes);
+    if (!resultMemory[r]->equals(expectedResults[r])) {
+      ADD_FAILURE() << describe(call, shape) << ": wrote beyond " << argument.name;
+      return false;
+    }
   }
   for (const Image& image : images) {
     for (std::size_t p = 0; p < image.planes.size(); ++p) {

@@ -47,6 +47,12 @@ struct Call {
   View mask;         // of masked forms
   std::vector<const unsigned char*> constants;  // the samples of each constant, in the order of the arguments
   std::vector<registry::Value> parameters;      // the values for arguments of role Value, in order
+  std::vector<unsigned char*> results;          // the memory of each result, for the reference to fill
+
+  template <class T>
+  void setResult(int result, int i, T value) const {
+    std::memcpy(results[result] + i * sizeof(T), &value, sizeof(T));
+  }
 
   int scaleFactor() const { return parameters.back().get<int>(); }
 };
@@ -70,7 +76,21 @@ void pixelwise(const Call& call, const F& f) {
   }
 }
 
-// Writes what the call must leave behind into `call.destination` and returns the status it must return.
+// Writes f(sample) into every sample of type T that a function of one image of samples S writes.
+template <class S, class T, class F>
+void conversion(const Call& call, const F& f) {
+  const bool keepsAlpha = std::strcmp(call.function.sourceLayout, "AC4") == 0;
+  for (int y = 0; y < call.size.height; ++y) {
+    for (int x = 0; x < call.size.width; ++x) {
+      for (int c = 0; c < (keepsAlpha ? 3 : call.destination.samples); ++c) {
+        call.destination.set<T>(x, y, c, f(call.sources[0].get<S>(x, y, c)));
+      }
+    }
+  }
+}
+
+// Writes what the call must leave behind into `call.destination` or `call.results` and returns the status it
+// must return.
 using Reference = std::function<ZopStatus(const Call& call)>;
 
 // One shape of a call.
