@@ -83,9 +83,9 @@ double median(std::vector<double>& values) {
 }
 
 void runRow(benchmark::State& state, Contents contents, const std::vector<int>& sources,
-            const std::vector<int>& destinations, const Call& call) {
+            const std::vector<int>& destinations, const Call& call, int border) {
   const ZopImageSize size = {static_cast<int>(state.range(0)), static_cast<int>(state.range(1))};
-  const Frame frame(size, contents, sources, destinations);
+  const Frame frame(size, contents, sources, destinations, border);
   call(frame);
   // Batches of half a millisecond and at least four calls, so that neither the clock nor one slow call shows.
   const double once = std::max(seconds(3, [&] { call(frame); }) / 3, 1e-9);
@@ -117,12 +117,12 @@ Frame::Image Frame::allocate(ZopImageSize size, Contents contents, int pixelByte
 }
 
 Frame::Frame(ZopImageSize frameSize, Contents contents, const std::vector<int>& sourcePixelBytes,
-             const std::vector<int>& destinationPixelBytes)
-    : size(frameSize) {
+             const std::vector<int>& destinationPixelBytes, int border)
+    : size(frameSize), sizeWithBorder{size.width + 2 * border, size.height + 2 * border} {
   unsigned seed = 0;
   for (const int bytes : sourcePixelBytes) sources_.push_back(allocate(size, contents, bytes, ++seed));
   for (const int bytes : destinationPixelBytes)
-    destinations_.push_back(allocate(size, contents, bytes, ++seed));
+    destinations_.push_back(allocate(sizeWithBorder, contents, bytes, ++seed));
 }
 
 void Frame::traverse(const Way& way) const {
@@ -149,11 +149,12 @@ double Frame::secondsOfTraversal(int times) const {
 }
 
 void add(const std::string& name, std::vector<int> sourcePixelBytes, std::vector<int> destinationPixelBytes,
-         Call call) {
+         Call call, int border) {
   const Contents contents = name.find("_32f") != std::string::npos ? Contents::Numbers : Contents::Noise;
   benchmark::RegisterBenchmark(name.c_str(),
                                [=](benchmark::State& state) {
-                                 runRow(state, contents, sourcePixelBytes, destinationPixelBytes, call);
+                                 runRow(state, contents, sourcePixelBytes, destinationPixelBytes, call,
+                                        border);
                                })
       ->Args({64, 64})
       ->Args({640, 480})

@@ -19,13 +19,13 @@ struct Way;
 // holds, and arithmetic on them overflows or takes the processor's slow ways).
 enum class Contents { Noise, Numbers };
 
-// The images of a call: what it reads, then what it writes.
+// The images of a call: what it reads, then what it writes, which may have a border on all sides.
 class Frame {
  public:
   Frame(ZopImageSize size, Contents contents, const std::vector<int>& sourcePixelBytes,
-        const std::vector<int>& destinationPixelBytes);
+        const std::vector<int>& destinationPixelBytes, int border = 0);
 
-  ZopImageSize size;
+  ZopImageSize size, sizeWithBorder;
 
   template <class T = Zop8u>
   const T* source(int i) const {
@@ -59,6 +59,6 @@ using Call = std::function<void(const Frame& frame)>;
 // Registers a row at 64x64, 640x480 and 3840x2160 pixels. The images of functions whose name says `_32f` hold
 // numbers.
 void add(const std::string& name, std::vector<int> sourcePixelBytes, std::vector<int> destinationPixelBytes,
-         Call call);
+         Call call, int border = 0);
 
 }  // namespace bench

@@ -1,10 +1,11 @@
-// Copies and fills.
+// Copies, fills and borders.
 #include <string>
 
 #include "harness.h"
 
 namespace {
 
+using bench::Call;
 using bench::Frame;
 
 template <class T>
@@ -53,6 +54,19 @@ void addFill(const std::string& name, int channels, ZopStatus (*function)(const 
   });
 }
 
+constexpr int kBorder = 8;
+
+template <class T>
+void addReplicate(const std::string& name, int channels,
+                  ZopStatus (*function)(const T*, int, ZopImageSize, T*, int, ZopImageSize, int, int)) {
+  const int bytes = channels * static_cast<int>(sizeof(T));
+  const Call call = [=](const Frame& f) {
+    function(f.source<T>(0), f.sourceStep(0), f.size, f.destination<T>(), f.destinationStep(),
+             f.sizeWithBorder, kBorder, kBorder);
+  };
+  bench::add(name + "/8px", {bytes}, {bytes}, call, kBorder);
+}
+
 const bool registered = [] {
   addCopy("zopiCopy_8u_C1R", 1, 1, zopiCopy_8u_C1R);
   addCopy("zopiCopy_8u_C3R", 3, 3, zopiCopy_8u_C3R);
@@ -74,6 +88,15 @@ const bool registered = [] {
   addFill("zopiSet_8u_C3R", 3, zopiSet_8u_C3R);
   addFill("zopiSet_8u_AC4R", 4, zopiSet_8u_AC4R);
   addFill("zopiSet_32f_C3R", 3, zopiSet_32f_C3R);
+  addReplicate("zopiCopyReplicateBorder_8u_C1R", 1, zopiCopyReplicateBorder_8u_C1R);
+  addReplicate("zopiCopyReplicateBorder_8u_C3R", 3, zopiCopyReplicateBorder_8u_C3R);
+  addReplicate("zopiCopyReplicateBorder_8u_AC4R", 4, zopiCopyReplicateBorder_8u_AC4R);
+  addReplicate("zopiCopyReplicateBorder_32s_C1R", 1, zopiCopyReplicateBorder_32s_C1R);
+  const Call border = [](const Frame& f) {
+    zopiCopyConstBorder_8u_C1R(f.source(0), f.sourceStep(0), f.size, f.destination(), f.destinationStep(),
+                               f.sizeWithBorder, kBorder, kBorder, 9);
+  };
+  bench::add("zopiCopyConstBorder_8u_C1R/8px", {1}, {1}, border, kBorder);
   return true;
 }();
 

@@ -6,11 +6,13 @@
 
 #include "zopi/alpha.h"
 #include "zopi/arith.h"
+#include "zopi/border.h"
 #include "zopi/compare.h"
 #include "zopi/convert.h"
 #include "zopi/core.h"
 #include "zopi/logic.h"
 #include "zopi/move.h"
+#include "zopi/reorder.h"
 #include "zopi/stats.h"
 #include "zopi/status.h"
 #include "zopi/types.h"

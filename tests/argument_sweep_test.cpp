@@ -58,10 +58,52 @@ std::vector<Value> tooHigh(const Argument& argument) {
 
 std::vector<Value> unknownAlphaTypes(const Argument&) { return {12, -1, INT32_MAX, INT32_MIN}; }
 
+// Orders of channels of which one entry is none.
+std::vector<Value> unknownChannels(const Argument&) {
+  static Zop32s orders[6][3];
+  std::vector<Value> result;
+  for (int i = 0; i < 6; ++i) {
+    orders[i][i % 3] = i < 3 ? 3 : -1;
+    result.emplace_back(static_cast<void*>(orders[i]));
+  }
+  return result;
+}
+
+// Steps of planes, one too short for the first, second or third plane of an image of kSize in 4:2:2.
+std::vector<Value> shortSteps(const Argument&) {
+  static int steps[3][3] = {{4, 9, 9}, {9, 1, 9}, {9, 9, 1}};
+  return {static_cast<void*>(steps[0]), static_cast<void*>(steps[1]), static_cast<void*>(steps[2])};
+}
+
+std::vector<Value> shortStep(const Argument&) { return {2 * kSize.width - 1, 1}; }
+std::vector<Value> onePixel(const Argument&) { return {ZopImageSize{1, 3}}; }
+
+// Borders in whose destination an image of kSize has no place.
+constexpr char kBorders[] = "checkBorders(srcRoiSize,dstRoiSize,topBorderHeight,leftBorderWidth)";
+std::vector<Value> noPlace(const Argument& argument) {
+  if (argument.role == Role::Value) return {-1, 1, INT32_MIN, INT32_MAX};
+  if (std::strcmp(argument.name, "srcRoiSize") == 0) return {ZopImageSize{6, 3}, ZopImageSize{5, 4}};
+  return {ZopImageSize{4, 3}, ZopImageSize{5, 2}};
+}
+
 const std::vector<OwnCheck> kOwnChecks = {
+    {kBorders, "srcRoiSize", zopStatusBadSize, noPlace},
+    {kBorders, "dstRoiSize", zopStatusBadSize, noPlace},
+    {kBorders, "topBorderHeight", zopStatusBadSize, noPlace},
+    {kBorders, "leftBorderWidth", zopStatusBadSize, noPlace},
+    {"checkChannelOrder(dstOrder)", "dstOrder", zopStatusBadChannelOrder, unknownChannels},
     {"checkDivisor(value)", "value", zopStatusDivideByZero, zeroDivisors},
     {"checkRange(lowerBound,upperBound)", "lowerBound", zopStatusBadRange, tooHigh},
     {"checkDivisors(value)", "value", zopStatusDivideByZero, zeroDivisors},
+    {"checkFlip(flip)", "flip", zopStatusBadAxis,
+     [](const Argument&) {
+       return std::vector<Value>{-1, 3, INT32_MIN};
+     }},
+    {"checkPairs(roiSize)", "roiSize", zopStatusBadSize, onePixel},
+    {"checkStrides(srcSteps,dstStep,roiSize)", "srcSteps", zopStatusBadStride, shortSteps},
+    {"checkStrides(srcSteps,dstStep,roiSize)", "dstStep", zopStatusBadStride, shortStep},
+    {"checkStrides(dstSteps,srcStep,roiSize)", "dstSteps", zopStatusBadStride, shortSteps},
+    {"checkStrides(dstSteps,srcStep,roiSize)", "srcStep", zopStatusBadStride, shortStep},
     {"checkEpsilon(eps)", "eps", zopStatusBadEpsilon,
      [](const Argument&) {
        return std::vector<Value>{-1.0f, -1e-45f, -HUGE_VALF};
@@ -96,7 +138,7 @@ struct Spoiler {
   std::size_t argument;
   Badness badness;
   Value value;
-  int plane = -1;  // this plane of an array instead
+  int plane = -1;  // the pointer to this plane instead, or its step
 };
 
 bool makes(const Function& function, const std::string& check) {
@@ -107,9 +149,12 @@ std::vector<Spoiler> spoilers(const Function& function) {
   std::vector<Spoiler> result;
   for (std::size_t i = 0; i < function.arguments.size(); ++i) {
     const Argument& a = function.arguments[i];
-    const Badness null = {"pointer", a.isImage() ? "image" : "constant"};
+    const Badness null = {"pointer", a.isImage() || a.role == Role::Steps ? "image" : "constant"};
     if (a.isPointer()) result.push_back({i, null, Value(static_cast<void*>(nullptr))});
-    for (int p = 0; p < a.planes; ++p) result.push_back({i, null, {}, p});
+    for (int p = 0; p < a.planes; ++p) {
+      if (a.isImage()) result.push_back({i, null, {}, p});
+      if (a.role == Role::Steps) result.push_back({i, {"step"}, Value(-p), p});
+    }
     if (a.role == Role::Step) {
       for (const int step : {0, -1, INT32_MIN}) result.push_back({i, {"step"}, Value(step)});
     }
@@ -130,7 +175,9 @@ std::vector<Spoiler> spoilers(const Function& function) {
 }
 
 void spoil(Arguments& arguments, const Spoiler& s, Badness& bad) {
-  if (s.plane >= 0)
+  if (s.plane >= 0 && s.badness.contains("step"))
+    arguments.steps(s.argument)[s.plane] = s.value.get<int>();
+  else if (s.plane >= 0)
     arguments.planes(s.argument)[s.plane] = nullptr;
   else
     arguments.values[s.argument] = s.value;

@@ -98,7 +98,7 @@ class Argument:
         words = text.split()
         self.kind, *own = words[0].split(":")
         self.function = name
-        self.name = "roiSize" if self.kind == "roi" else words[-1]
+        self.name = "roiSize" if words == ["roi"] else words[-1]
         if self.kind not in ("src", "dst", "inout", "mask", "constant", "result", "roi"):
             self.kind, self.declaration = "value", text
         type_, layout = name.source if self.kind in ("src", "inout", "constant", "result") else name.destination
@@ -106,12 +106,14 @@ class Argument:
             type_, layout = "8u", "C1"
         self.type = own[0] if own and own[0] else type_
         self.layout = own[1] if len(own) > 1 else layout
-        self.planar = "P" in layout and self.kind in ("src", "dst", "inout")
+        self.planar = "P" in self.layout and self.kind in ("src", "dst", "inout")
+        self.own_steps = own[2:] == ["steps"]
+        self.block = int(self.layout[1:]) if self.layout.startswith("B") else 0
 
     @property
     def step(self):
         stem = self.name[1:]
-        return stem[0].lower() + stem[1:] + "Step"
+        return stem[0].lower() + stem[1:] + ("Steps" if self.own_steps else "Step")
 
     @property
     def is_image(self):
@@ -127,8 +129,12 @@ class Argument:
         c_type = C_TYPES.get(self.type)
         if self.is_image:
             const = "const " if self.kind in ("src", "mask") else ""
+            if self.block:
+                return [f"{const}{c_type} {self.name}[{self.block}]"]
             if self.planar:
-                return [f"{const}{c_type}* const {self.name}[{LAYOUTS[self.layout]}]", f"int {self.step}"]
+                planes = LAYOUTS[self.layout]
+                steps = f"const int {self.step}[{planes}]" if self.own_steps else f"int {self.step}"
+                return [f"{const}{c_type}* const {self.name}[{planes}]", steps]
             return [f"{const}{c_type}* {self.name}", f"int {self.step}"]
         if self.kind == "result":
             count = self.constant_count
@@ -136,9 +142,13 @@ class Argument:
         if self.kind == "constant":
             count = self.constant_count
             return [f"const {c_type} {self.name}[{count}]" if count else f"{c_type} {self.name}"]
-        return ["ZopImageSize roiSize" if self.kind == "roi" else self.declaration]
+        return [f"ZopImageSize {self.name}" if self.kind == "roi" else self.declaration]
 
     def expression(self):
+        if self.block:
+            return self.name
+        if self.own_steps:
+            return f"{self.name}, {self.step}"
         if self.planar:
             return f"planes<{LAYOUTS[self.layout]}>({self.name}, {self.step})"
         if self.kind == "constant" and not self.constant_count:
@@ -149,9 +159,12 @@ class Argument:
         """What the tests know of this argument: role, name, bytes of a sample, samples of a pixel, planes."""
         if self.is_image:
             role = {"src": "Source", "dst": "Destination", "inout": "InPlace", "mask": "Mask"}[self.kind]
+            if self.block:
+                return [(role, self.name, BYTES[self.type], self.block, 0)]
             planes = LAYOUTS[self.layout] if self.planar else 0
             samples = 1 if self.planar else LAYOUTS[self.layout]
-            return [(role, self.name, BYTES[self.type], samples, planes), ("Step", self.step, 0, 0, 0)]
+            step = ("Steps", self.step, 4, 1, planes) if self.own_steps else ("Step", self.step, 0, 0, 0)
+            return [(role, self.name, BYTES[self.type], samples, planes), step]
         if self.kind in ("constant", "result"):
             role = "Result" if self.kind == "result" else "Constant" if self.constant_count else "Sample"
             return [(role, self.name, BYTES[self.type], max(self.constant_count, 1), 0)]
@@ -188,12 +201,18 @@ class Function:
                 if check != "constant":
                     lines += [f"checkPlanes<{LAYOUTS[a.layout]}>({a.name})" for a in images if a.planar]
                 pointers += [a for a in self.arguments if a.kind == "result"] if check == "pointer" else []
-                if pointers:
-                    lines.append(f"checkPointers({', '.join(a.name for a in pointers)})")
+                names = [a.name for a in pointers]
+                if check != "constant":
+                    names += [a.step for a in images if a.own_steps]
+                if names:
+                    lines.append(f"checkPointers({', '.join(names)})")
             elif check == "step":
-                lines.append(f"checkSteps({', '.join(a.step for a in images)})")
+                steps = [f"{a.step}[{p}]" for a in images if a.own_steps for p in range(LAYOUTS[a.layout])]
+                steps += [a.step for a in images if not a.own_steps and not a.block]
+                lines.append(f"checkSteps({', '.join(steps)})")
             elif check in ("width", "size"):
-                lines.append(f"check{check.capitalize()}(roiSize)")
+                sizes = [a.name for a in self.arguments if a.kind == "roi"]
+                lines += [f"check{check.capitalize()}({size})" for size in sizes]
             else:
                 lines.append(check)
         return lines
@@ -233,12 +252,14 @@ class Group:
         seen = {}
         for function in self.functions:
             for a in function.arguments:
-                names = f"`{a.name}`, `{a.step}`" if a.is_image else f"`{a.name}`"
+                names = f"`{a.name}`, `{a.step}`" if a.is_image and not a.block else f"`{a.name}`"
                 text = self.arguments.get(a.name)
                 if text is None and a.kind in ARGUMENTS:
                     text = ARGUMENTS[a.kind]
                     if a.planar:
                         text = text.replace("First pixel of the", "First pixels of the planes of the")
+                    if a.own_steps:
+                        text = text.replace("the distance", "for each plane the distance")
                 if text is None:
                     raise TableError(f"{function.name.text}: argument {a.name} is not described")
                 seen.setdefault(names, text)

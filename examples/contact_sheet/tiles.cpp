@@ -175,6 +175,23 @@ Image inkedWhereDifferent(const Image& picture) {
   return tile;
 }
 
+Image inItsOwnBorder(const Image& picture) {
+  const ZopImageSize middle = {picture.size.width / 2, picture.size.height / 2};
+  const int left = picture.size.width / 4, top = picture.size.height / 4;
+  Image tile = newColourImage(picture.size);
+  check(zopiCopyReplicateBorder_8u_C3R(picture.data() + top * picture.step + 3 * left, picture.step, middle,
+                                       tile.data(), tile.step, tile.size, top, left));
+  return tile;
+}
+
+Image turnedOverInOtherColours(const Image& picture) {
+  const Zop32s order[3] = {1, 2, 0};
+  Image tile = newColourImage(picture.size);
+  check(zopiMirror_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size, 1));
+  check(zopiSwapChannels_8u_C3IR(tile.data(), tile.step, tile.size, order));
+  return tile;
+}
+
 // The picture, opaque in the middle and fading outwards, over a ramp.
 Image composedOverRamp(const Image& picture) {
   const ZopImageSize size = picture.size;
@@ -240,6 +257,8 @@ constexpr Tile kTiles[] = {
     {"Over a ramp, fading outwards", "zopiAlphaComp_8u_AP4R, zopiCopy_8u_P3C3R", composedOverRamp},
     {"Four levels a channel", "zopiAndC_8u_C3R, zopiOrC_8u_C3IR", posterised},
     {"Contrast stretched", "zopiScale_8u32f_C3R, zopiScale_32f8u_C3R", stretched},
+    {"The middle, its edges repeated", "zopiCopyReplicateBorder_8u_C3R", inItsOwnBorder},
+    {"Mirrored, channels in turn", "zopiMirror_8u_C3R, zopiSwapChannels_8u_C3IR", turnedOverInOtherColours},
 };
 
 }  // namespace

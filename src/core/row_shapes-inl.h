@@ -35,8 +35,10 @@ inline constexpr int kStep = kLanes<D> % 8 == 0 ? 3 : kPatternSamples / static_c
 // An operation gives back samples, or integer lanes wider than samples, of which the low bits are stored.
 //
 // What an operation may say of itself: how many samples belong together (a complex sample is two), so that no
-// vector may part them; that it is so short that a loop gains from long steps; that it watches the samples it
-// is given, so that no vector may hold anything else; and the type of its lanes, if that is not the samples'
+// vector may part them; that it is so short that a loop gains from long steps; that it is never in place, so
+// that samples may be stored before those that overlap them are read; that its rows, if they stream, run from
+// their end to their start, for operands that then read theirs forward; that it watches the samples it is
+// given, so that no vector may hold anything else; and the type of its lanes, if that is not the samples'
 // type.
 template <class Op>
 constexpr int groupOf() {
@@ -53,6 +55,20 @@ constexpr bool isShort() {
     return false;
 }
 
+template <class Op>
+constexpr bool runsBackward() {
+  if constexpr (requires { Op::kBackward; })
+    return Op::kBackward;
+  else
+    return false;
+}
+template <class Op>
+constexpr bool isApart() {
+  if constexpr (requires { Op::kApart; })
+    return Op::kApart;
+  else
+    return false;
+}
 template <class Op>
 constexpr bool watches() {
   if constexpr (requires { Op::kWatches; })
@@ -311,6 +327,32 @@ HWY_INLINE std::ptrdiff_t mapLongSteps(D d, const Op& op, T* out, std::ptrdiff_t
   return i;
 }
 
+// The same from sample `end` down to sample `head`.
+template <class D, class Op, class T, class... S>
+HWY_INLINE std::ptrdiff_t mapLongStepsBackward(D d, const Op& op, T* out, std::ptrdiff_t head,
+                                               std::ptrdiff_t end, bool stream, const S&... s) {
+  constexpr std::ptrdiff_t kSamples = kStep<D> * kLanes<D>;
+  for (; end - head >= kSamples; end -= kSamples) {
+    mapVectors(d, op, out, stream, end - kSamples, std::make_integer_sequence<int, kStep<D>>(), s...);
+  }
+  return end;
+}
+
+// The whole vectors of a row from sample `head` to sample `end`, the last one first.
+template <class D, class Op, class T, class... S>
+HWY_INLINE void mapBackward(D d, const Op& op, T* out, std::ptrdiff_t head, std::ptrdiff_t end, bool stream,
+                            S&... s) {
+  constexpr std::ptrdiff_t N = kLanes<D>;
+  if (isShort<Op>() && end - head >= kStep<D> * N) {
+    (s.begin(end - kStep<D> * N), ...);
+    end = mapLongStepsBackward(d, op, out, head, end, stream, s.held()...);
+  }
+  for (; end > head; end -= N) {
+    (s.begin(end - N), ...);
+    mapVectors(d, op, out, stream, end - N, std::integer_sequence<int, 0>(), s...);
+  }
+}
+
 // Vectors whose results are packed, and the few before them up to where a packed one is aligned.
 template <class D, class Op, class T, int... K, class... S>
 HWY_INLINE std::ptrdiff_t mapPacked(D d, const Op& op, T* out, std::ptrdiff_t i, std::ptrdiff_t n,
@@ -333,6 +375,28 @@ HWY_INLINE std::ptrdiff_t mapPacked(D d, const Op& op, T* out, std::ptrdiff_t i,
   return i;
 }
 
+// The whole vectors of a row, from sample `head` on.
+template <class D, class Op, class T, class... S>
+HWY_INLINE void mapInner(D d, const Op& op, T* out, std::ptrdiff_t head, std::ptrdiff_t n, bool stream,
+                         S&... s) {
+  constexpr std::ptrdiff_t N = kLanes<D>;
+  if constexpr (runsBackward<Op>()) {
+    if (stream) return mapBackward(d, op, out, head, n - (n - head) % N, stream, s...);
+  }
+  std::ptrdiff_t i = head;
+  (s.begin(i), ...);
+  constexpr int kPacked = kPacks<T, D, Op, S...>;
+  if constexpr (kPacked > 1) {
+    i = mapPacked(d, op, out, i, n, stream, std::make_integer_sequence<int, kPacked>(), s...);
+  } else if constexpr (isShort<Op>()) {
+    i = mapLongSteps(d, op, out, i, n, stream, s.held()...);
+  }
+  for (; i + N <= n; i += N) {
+    mapVectors(d, op, out, stream, i, std::integer_sequence<int, 0>(), s...);
+    (s.advance(), ...);
+  }
+}
+
 // One row of a map. The arithmetic stands in the loops, whose stores are aligned, and once more for the
 // vectors at the edges, which overlap those of the loop. In place, the edges must be read before the loop
 // changes their samples and stored after it has read them.
@@ -345,6 +409,20 @@ HWY_INLINE void mapRow(D d, const Op& op, T* out, std::ptrdiff_t n, bool stream,
   const std::ptrdiff_t head = n >= 4 * N ? toAlignment<groupOf<Op>()>(samples, out) : 0;
   const bool overlap = (n - head) % N != 0;
 
+  stream = stream && isAligned(samples, out + head);
+  if constexpr (isApart<Op>()) {
+    // In the order of the row: lines that are stored once do not wait for each other.
+    const auto storeEdge = [&](std::ptrdiff_t i) HWY_ATTR {
+      const auto edge = asSamples(samples, op(d, s.template edge<watches<Op>()>(i, part)...));
+      storePart(samples, edge, out + i, part);
+    };
+    const bool backward = runsBackward<Op>() && stream;
+    if (backward ? overlap : head > 0) storeEdge(backward ? n - part : 0);
+    mapInner(d, op, out, head, n, stream, s...);
+    if (backward ? head > 0 : overlap) storeEdge(backward ? 0 : n - part);
+    return;
+  }
+
   hn::Vec<SamplesOf<T, D>> first = hn::Zero(samples), last = first;
   for (int edges = (head > 0) + overlap; edges > 0; --edges) {
     first = last;
@@ -352,19 +430,7 @@ HWY_INLINE void mapRow(D d, const Op& op, T* out, std::ptrdiff_t n, bool stream,
     last = asSamples(samples, op(d, s.template edge<watches<Op>()>(at, part)...));
   }
 
-  std::ptrdiff_t i = head;
-  stream = stream && isAligned(samples, out + head);
-  (s.begin(i), ...);
-  constexpr int kPacked = kPacks<T, D, Op, S...>;
-  if constexpr (kPacked > 1) {
-    i = mapPacked(d, op, out, i, n, stream, std::make_integer_sequence<int, kPacked>(), s...);
-  } else if constexpr (isShort<Op>()) {
-    i = mapLongSteps(d, op, out, i, n, stream, s.held()...);
-  }
-  for (; i + N <= n; i += N) {
-    mapVectors(d, op, out, stream, i, std::integer_sequence<int, 0>(), s...);
-    (s.advance(), ...);
-  }
+  mapInner(d, op, out, head, n, stream, s...);
 
   if (head > 0) hn::StoreU(overlap ? first : last, samples, out);
   if (overlap) storePart(samples, last, out + n - part, part);
@@ -381,9 +447,33 @@ HWY_INLINE void mapRows(D d, const Op& op, Image<T> out, Extent e, S&&... s) {
   if (e.stream) hwy::FlushStream();
 }
 
+// The same for rows of few vectors: one vector's width at a time, down all rows. Setting out on a row would
+// take longer than the row. The last vectors of rows overlap those before, so `out` must not be an operand,
+// unless what is stored there twice comes out the same.
+template <class D, class Op, class T, class... S>
+HWY_INLINE void mapColumns(D d, const Op& op, Image<T> out, Extent e, S&&... s) {
+  constexpr std::ptrdiff_t N = kLanes<D>;
+  for (std::ptrdiff_t next = 0; next < e.length; next += N) {
+    const std::ptrdiff_t i = HWY_MIN(next, e.length - N);
+    (s.begin(i), ...);
+    for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
+      (s.row(y), ...);
+      mapVectors(d, op, out.row(y), false, i, std::integer_sequence<int, 0>(), s...);
+    }
+  }
+}
+
+// Whether they are worth it: from a vector's width to what still lies in the innermost cache when the next
+// column comes.
+template <class D>
+constexpr bool inColumns(D, Extent e) {
+  return e.rows > 1 && e.length >= kLanes<D> && e.length <= 4 * kLanes<D>;
+}
+
 // The operation of copies and fills.
 struct Same {
   static constexpr bool kShort = true;
+  static constexpr bool kApart = true;
   template <class D, class V>
   HWY_INLINE V operator()(D, V v) const {
     return v;

@@ -94,9 +94,10 @@ void walkPixels(ZopImageSize size, const Body& body, Image<T, kUnit>... images) 
 
 // The region in pieces of rows that the innermost cache holds, one after the other: for plans that go over
 // their samples twice.
+inline constexpr std::ptrdiff_t kPiece = 4096;
+
 template <class Body, class... I>
 void walkPieces(Extent e, const Body& body, I... images) {
-  constexpr std::ptrdiff_t kPiece = 4096;
   walkSerial(
       e,
       [&](I... band, Extent b) {

@@ -9,6 +9,7 @@
 #include "hwy/highway.h"
 
 #include "core/channels-inl.h"
+#include "core/pixel_moves-inl.h"
 #include "core/row_shapes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -23,9 +24,12 @@ template <class T>
 void rowCopy(Image<const T> src, Image<T> dst, Extent e) {
   const std::ptrdiff_t bytes = e.length * static_cast<std::ptrdiff_t>(sizeof(T));
   if (bytes < kLongRowBytes || e.stream) {
+    const Tag<uint8_t> d;
     const Extent asBytes = {bytes, e.rows, e.stream};
-    return mapRows(Tag<uint8_t>(), Same(), dst.template as<uint8_t>(), asBytes,
-                   ImageOperand<Tag<uint8_t>>{src.template as<uint8_t>()});
+    const Image<uint8_t> to = dst.template as<uint8_t>();
+    ImageOperand<Tag<uint8_t>> from{src.template as<uint8_t>()};
+    return inColumns(d, asBytes) ? mapColumns(d, Same(), to, asBytes, from)
+                                 : mapRows(d, Same(), to, asBytes, from);
   }
   for (std::ptrdiff_t y = 0; y < e.rows; ++y) std::memcpy(dst.row(y), src.row(y), bytes);
 }
@@ -125,115 +129,22 @@ struct Join {
   }
 };
 
-// The images of a move: `samples` a pixel, of which the last pixel of a row holds the first `reach`.
-template <class T, int kCount>
-struct Pixels {
-  const Image<T>* images;
-  int samples, reach;
-  T* at[kCount] = {};
-
-  HWY_INLINE void row(std::ptrdiff_t y) {
-    for (int c = 0; c < kCount; ++c) at[c] = images[c].row(y);
-  }
-  HWY_INLINE void seek(std::ptrdiff_t by) {
-    for (int c = 0; c < kCount; ++c) at[c] += by * samples;
-  }
-  HWY_INLINE std::size_t bytes(std::ptrdiff_t pixels) const {
-    return static_cast<std::size_t>((pixels - 1) * samples + reach) * sizeof(T);
-  }
-};
-
-// N pixels and their images as blocks on the stack, for what does not fill a vector.
-template <class T, int kIn, int kOut, class Move>
-void movePart(Move move, const Pixels<const T, kIn>& in, const Pixels<T, kOut>& out, std::ptrdiff_t pixels) {
-  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
-  HWY_ALIGN T inBlocks[kIn][4 * N] = {};
-  HWY_ALIGN T outBlocks[kOut][4 * N] = {};
-  const T* from[kIn];
-  T* to[kOut];
-  for (int c = 0; c < kIn; ++c)
-    from[c] = static_cast<T*>(std::memcpy(inBlocks[c], in.at[c], in.bytes(pixels)));
-  for (int c = 0; c < kOut; ++c)
-    to[c] = static_cast<T*>(std::memcpy(outBlocks[c], out.at[c], out.bytes(pixels)));
-  move(Tag<T>(), from, to);
-  for (int c = 0; c < kOut; ++c) std::memcpy(out.at[c], outBlocks[c], out.bytes(pixels));
-}
-
-// The first of N pixels from which on all images are aligned to vectors, or N if there is none.
-template <class T, int kCount>
-HWY_INLINE std::ptrdiff_t alignedPixel(const Pixels<T, kCount>& pixels) {
-  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
-  for (std::ptrdiff_t i = 0; i < N; ++i) {
-    bool aligned = true;
-    for (int c = 0; c < kCount; ++c)
-      aligned = aligned && isAligned(Tag<T>(), pixels.at[c] + i * pixels.samples);
-    if (aligned) return i;
-  }
-  return N;
-}
-
-// Runs a move over all pixels, N at a time. The last N overlap those before, for a copy may be made twice;
-// but where an image ends within its last pixel, or a row has fewer than N, they take the way over the stack.
-// The move goes by value: only then do its tables stay in registers.
-template <class T, int kIn, int kOut, class Move>
-HWY_INLINE void mapPixels(Move move, Pixels<const T, kIn> in, Pixels<T, kOut> out, Extent pixels) {
-  const Tag<T> d;
-  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
-  const bool whole = in.samples == in.reach && out.samples == out.reach;
-  const std::ptrdiff_t n = pixels.length, direct = whole ? n : n - 1;
-  for (std::ptrdiff_t y = 0; y < pixels.rows; ++y) {
-    in.row(y);
-    out.row(y);
-    std::ptrdiff_t left = n;
-    const auto advance = [&](std::ptrdiff_t by) HWY_ATTR {
-      in.seek(by);
-      out.seek(by);
-      left -= by;
-    };
-    if constexpr (requires { Move::kStreams; }) {
-      if (Move::kStreams && pixels.stream && n >= 2 * N) {
-        const std::ptrdiff_t head = alignedPixel(out);
-        if (head < N) {
-          if (head > 0) move(d, in.at, out.at);
-          advance(head);
-          while (left >= N) {
-            move.template operator()<true>(d, in.at, out.at);
-            advance(N);
-          }
-        }
-      }
-    }
-    while (left - (n - direct) >= N) {
-      move(d, in.at, out.at);
-      advance(N);
-    }
-    if (left == 0) continue;
-    if (whole && n >= N) {
-      advance(left - N);
-      move(d, in.at, out.at);
-    } else {
-      movePart(move, in, out, left);
-    }
-  }
-  if (pixels.stream) hwy::FlushStream();
-}
-
 template <class Move, int kInSamples, int kInReach, int kOutSamples, int kOutReach, class T>
 void rowMove(Image<const T> src, Image<T> dst, Extent pixels) {
-  mapPixels(Move{ThreeChannels<Tag<T>>()}, Pixels<const T, 1>{&src, kInSamples, kInReach},
-            Pixels<T, 1>{&dst, kOutSamples, kOutReach}, pixels);
+  mapPixels(Move{ThreeChannels<Tag<T>>()}, Pixels<const T, 1>{&src, {kInSamples}, kInSamples - kInReach},
+            Pixels<T, 1>{&dst, {kOutSamples}, kOutSamples - kOutReach}, pixels);
 }
 
 template <int Channels, class T>
 void rowSplit(Image<const T> src, const Image<T>* planes, Extent pixels) {
-  mapPixels(Split<Channels, T>{ThreeChannels<Tag<T>>()}, Pixels<const T, 1>{&src, Channels, Channels},
-            Pixels<T, Channels>{planes, 1, 1}, pixels);
+  mapPixels(Split<Channels, T>{ThreeChannels<Tag<T>>()}, Pixels<const T, 1>{&src, {Channels}},
+            planePixels<Channels>(planes), pixels);
 }
 
 template <int Channels, class T>
 void rowJoin(const Image<const T>* planes, Image<T> dst, Extent pixels) {
-  mapPixels(Join<Channels, T>{ThreeChannels<Tag<T>>()}, Pixels<const T, Channels>{planes, 1, 1},
-            Pixels<T, 1>{&dst, Channels, Channels}, pixels);
+  mapPixels(Join<Channels, T>{ThreeChannels<Tag<T>>()}, planePixels<Channels>(planes),
+            Pixels<T, 1>{&dst, {Channels}}, pixels);
 }
 
 template <class T>

@@ -6,17 +6,25 @@
 
 namespace registry {
 
-Arguments::Arguments(const Function& function, ZopImageSize size) : planes_(function.arguments.size()) {
+int goodConstant(const Argument& argument) {
+  return std::strcmp(argument.name, "dstOrder") == 0 ? 0 : kGoodConstant;
+}
+
+Arguments::Arguments(const Function& function, ZopImageSize size)
+    : planes_(function.arguments.size()), steps_(function.arguments.size()) {
   std::mt19937 random(1);
   int step = 0;
   for (std::size_t i = 0; i < function.arguments.size(); ++i) {
     const Argument& a = function.arguments[i];
-    if (a.isPointer()) {
+    if (a.role == Role::Steps) {
+      steps_[i].assign(a.planes, step);
+      values.emplace_back(static_cast<void*>(steps_[i].data()));
+    } else if (a.isPointer()) {
       step = (a.isImage() ? size.width : 1) * a.samples * a.sampleBytes;
       for (int p = 0; p < std::max(a.planes, 1); ++p) {
         memory_.push_back(std::make_unique<guarded::Region>(a.isImage() ? size.height : 1, step, step,
                                                             guarded::Placement{}, random));
-        if (a.role == Role::Constant) std::memset(memory_.back()->at(), kGoodConstant, step);
+        if (a.role == Role::Constant) std::memset(memory_.back()->at(), goodConstant(a), step);
         before_.push_back(memory_.back()->bytes());
         planes_[i].push_back(memory_.back()->at());
       }

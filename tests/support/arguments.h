@@ -9,8 +9,9 @@
 
 namespace registry {
 
-// The bytes of good constants: a divisor or level of any type.
+// The bytes of good constants: a divisor or level of any type, but for what must be the number of a channel.
 inline constexpr int kGoodConstant = 0x3f;
+int goodConstant(const Argument& argument);
 
 class Arguments {
  public:
@@ -21,6 +22,8 @@ class Arguments {
 
   // The plane pointers of an argument.
   std::vector<void*>& planes(std::size_t argument) { return planes_[argument]; }
+  // The steps of an argument that is an array of them.
+  std::vector<int>& steps(std::size_t argument) { return steps_[argument]; }
 
   std::vector<Value> values;  // in the order of the arguments, to be spoiled at will
 
@@ -28,6 +31,7 @@ class Arguments {
   std::vector<std::unique_ptr<guarded::Region>> memory_;
   std::vector<std::vector<unsigned char>> before_;
   std::vector<std::vector<void*>> planes_;
+  std::vector<std::vector<int>> steps_;
 };
 
 }  // namespace registry

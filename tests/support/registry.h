@@ -10,22 +10,24 @@
 
 namespace registry {
 
-// A constant is an array of samples, a sample one by value, a result memory for samples; a value is any other
-// parameter.
-enum class Role { Source, Destination, InPlace, Mask, Step, Size, Constant, Sample, Result, Value };
+// Steps are an array of one a plane. A constant is an array of samples, a sample one by value, a result
+// memory for samples; a value is any other parameter.
+enum class Role { Source, Destination, InPlace, Mask, Step, Steps, Size, Constant, Sample, Result, Value };
 
 struct Argument {
   Role role;
   const char* name;
   int sampleBytes;  // images and constants
   int samples;      // of a pixel, or of a constant array
-  int planes;       // 0 where the image is interleaved
+  int planes;       // 0 where the image is interleaved; of steps, their count
 
   bool isImage() const {
     return role == Role::Source || role == Role::Destination || role == Role::InPlace || role == Role::Mask;
   }
   bool isWritten() const { return role == Role::Destination || role == Role::InPlace; }
-  bool isPointer() const { return isImage() || role == Role::Constant || role == Role::Result; }
+  bool isPointer() const {
+    return isImage() || role == Role::Constant || role == Role::Result || role == Role::Steps;
+  }
 };
 
 inline constexpr int kInPlace = 1, kMasked = 2, kChannelOfInterest = 4;

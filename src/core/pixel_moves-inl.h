@@ -1,0 +1,127 @@
+// Moves between layouts: how a move of N pixels goes along rows of several images.
+// Included once for each vector target, after hwy/highway.h.
+#if defined(ZOPI_CORE_PIXEL_MOVES_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZOPI_CORE_PIXEL_MOVES_INL_H_
+#undef ZOPI_CORE_PIXEL_MOVES_INL_H_
+#else
+#define ZOPI_CORE_PIXEL_MOVES_INL_H_
+#endif
+
+#include <cstddef>
+#include <cstring>
+
+#include "core/row_shapes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace zopi {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+// The images of a move, each with its samples a pixel. The last pixel of a row lacks its last `lacking`
+// samples.
+template <class T, int kCount>
+struct Pixels {
+  const Image<T>* images;
+  int samples[kCount];
+  int lacking = 0;
+  T* at[kCount] = {};
+
+  HWY_INLINE void row(std::ptrdiff_t y) {
+    for (int c = 0; c < kCount; ++c) at[c] = images[c].row(y);
+  }
+  HWY_INLINE void seek(std::ptrdiff_t by) {
+    for (int c = 0; c < kCount; ++c) at[c] += by * samples[c];
+  }
+  HWY_INLINE std::size_t bytes(int c, std::ptrdiff_t pixels) const {
+    return static_cast<std::size_t>(pixels * samples[c] - lacking) * sizeof(T);
+  }
+};
+
+// Planes, which have one sample a pixel.
+template <int kCount, class T>
+HWY_INLINE Pixels<T, kCount> planePixels(const Image<T>* planes) {
+  Pixels<T, kCount> result{planes, {}};
+  for (int& samples : result.samples) samples = 1;
+  return result;
+}
+
+// N pixels and their images as blocks on the stack, for what does not fill a vector.
+template <class T, int kIn, int kOut, class Move>
+void movePart(Move move, const Pixels<const T, kIn>& in, const Pixels<T, kOut>& out, std::ptrdiff_t pixels) {
+  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
+  HWY_ALIGN T inBlocks[kIn][4 * N] = {};
+  HWY_ALIGN T outBlocks[kOut][4 * N] = {};
+  const T* from[kIn];
+  T* to[kOut];
+  for (int c = 0; c < kIn; ++c)
+    from[c] = static_cast<T*>(std::memcpy(inBlocks[c], in.at[c], in.bytes(c, pixels)));
+  for (int c = 0; c < kOut; ++c)
+    to[c] = static_cast<T*>(std::memcpy(outBlocks[c], out.at[c], out.bytes(c, pixels)));
+  move(Tag<T>(), from, to);
+  for (int c = 0; c < kOut; ++c) std::memcpy(out.at[c], outBlocks[c], out.bytes(c, pixels));
+}
+
+// The first of N pixels from which on all images are aligned to vectors, or N if there is none.
+template <class T, int kCount>
+HWY_INLINE std::ptrdiff_t alignedPixel(const Pixels<T, kCount>& pixels) {
+  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
+  for (std::ptrdiff_t i = 0; i < N; ++i) {
+    bool aligned = true;
+    for (int c = 0; c < kCount; ++c)
+      aligned = aligned && isAligned(Tag<T>(), pixels.at[c] + i * pixels.samples[c]);
+    if (aligned) return i;
+  }
+  return N;
+}
+
+// Runs a move over all pixels, N at a time. The last N overlap those before, for a copy may be made twice;
+// but where an image ends within its last pixel, or a row has fewer than N, they take the way over the stack.
+// The move goes by value: only then do its tables stay in registers.
+template <class T, int kIn, int kOut, class Move>
+HWY_INLINE void mapPixels(Move move, Pixels<const T, kIn> in, Pixels<T, kOut> out, Extent pixels) {
+  const Tag<T> d;
+  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
+  const bool whole = in.lacking == 0 && out.lacking == 0;
+  const std::ptrdiff_t n = pixels.length, direct = whole ? n : n - 1;
+  for (std::ptrdiff_t y = 0; y < pixels.rows; ++y) {
+    in.row(y);
+    out.row(y);
+    std::ptrdiff_t left = n;
+    const auto advance = [&](std::ptrdiff_t by) HWY_ATTR {
+      in.seek(by);
+      out.seek(by);
+      left -= by;
+    };
+    if constexpr (requires { Move::kStreams; }) {
+      if (Move::kStreams && pixels.stream && n >= 2 * N) {
+        const std::ptrdiff_t head = alignedPixel(out);
+        if (head < N) {
+          if (head > 0) move(d, in.at, out.at);
+          advance(head);
+          while (left >= N) {
+            move.template operator()<true>(d, in.at, out.at);
+            advance(N);
+          }
+        }
+      }
+    }
+    while (left - (n - direct) >= N) {
+      move(d, in.at, out.at);
+      advance(N);
+    }
+    if (left == 0) continue;
+    if (whole && n >= N) {
+      advance(left - N);
+      move(d, in.at, out.at);
+    } else {
+      movePart(move, in, out, left);
+    }
+  }
+  if (pixels.stream) hwy::FlushStream();
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace zopi
+HWY_AFTER_NAMESPACE();
+
+#endif  // per target
