@@ -82,8 +82,8 @@ TEST(MirrorsLarge, Streamed) {
 TEST(MirrorsByHand, CodesAndSteps) {
   Zop8u image[6] = {1, 2, 3, 4, 5, 6};
   for (const int flip : {3, -1}) EXPECT_EQ(zopStatusBadAxis, zopiMirror_8u_C1IR(image, 3, {3, 2}, flip));
-  EXPECT_EQ(zopStatusBadSize, zopiMirror_8u_C1IR(image, 0, {0, 2}, 3));  // size before step before flip
-  EXPECT_EQ(zopStatusBadStep, zopiMirror_8u_C1IR(image, 0, {3, 2}, 3));
+  EXPECT_EQ(zopStatusBadStep, zopiMirror_8u_C1IR(image, 0, {0, 2}, 3));  // step before size before flip
+  EXPECT_EQ(zopStatusBadSize, zopiMirror_8u_C1IR(image, 3, {0, 2}, 3));
   EXPECT_EQ(zopStatusOk, zopiMirror_8u_C3IR(image, 6, {2, 1}, 1));
   const Zop8u exchanged[6] = {4, 5, 6, 1, 2, 3};
   EXPECT_EQ(0, std::memcmp(exchanged, image, sizeof image));

@@ -31,7 +31,7 @@ extern "C" {
 ///   bytes between its rows.
 ///
 /// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
-/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1,
+/// zopStatusBadStep (-14) if a step is below 1, @ref zopStatusBadSize (-6) if a width or height is below 1,
 /// @ref zopStatusBadAxis (-21) if `flip` is not one of 0, 1, 2. After a failed check nothing is written.
 ///
 /// Returns @ref zopStatusOk.
