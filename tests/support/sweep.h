@@ -123,7 +123,7 @@ using Reference = std::function<ZopStatus(const Call& call)>;
 template <class... T, class Make>
 Reference bySample(const registry::Function& function, const Make& make) {
   Reference result;
-  ((function.sourceType == std::string(kToken<T>) && (result = make(T{}), true)) || ...);
+  static_cast<void>(((function.sourceType == std::string(kToken<T>) && (result = make(T{}), true)) || ...));
   return result;
 }
 
