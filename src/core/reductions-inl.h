@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 #include <utility>
 
@@ -356,7 +357,10 @@ HWY_INLINE void addInOrder(const Term& term, Extent e, double* sums, Image<const
   constexpr int kPairs = kChains / 2;
   constexpr bool kOdd = kChains % 2 != 0;
   const auto at = [&](auto d, auto* samples) HWY_ATTR {
-    return hn::PromoteTo(d, hn::LoadU(hn::Rebind<float, decltype(d)>(), samples));
+    // The samples may stand at any address, which a load of one float does not allow.
+    float block[hn::MaxLanes(d)];
+    std::memcpy(block, samples, sizeof block);
+    return hn::PromoteTo(d, hn::LoadU(hn::Rebind<float, decltype(d)>(), block));
   };
   hn::Vec<decltype(d2)> pairs[kPairs + 1];
   auto odd = hn::LoadU(d1, sums + kChains - 1);

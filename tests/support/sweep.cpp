@@ -129,7 +129,10 @@ void acceptAnyNaN(std::vector<unsigned char>& expected, const std::vector<unsign
   const Zop32f any = anyNaN();
   for (int y = 0; y < size.height; ++y) {
     const std::ptrdiff_t begin = v.plane[0] - expected.data() + static_cast<std::ptrdiff_t>(v.step) * y;
-    for (std::ptrdiff_t i = 0; i < static_cast<std::ptrdiff_t>(size.width) * v.samples * v.sampleBytes;
+    const std::ptrdiff_t bytes =
+        static_cast<std::ptrdiff_t>(actual.size());  // a last pixel may be a part of one
+    for (std::ptrdiff_t i = 0;
+         begin + i + 4 <= bytes && i < static_cast<std::ptrdiff_t>(size.width) * v.samples * v.sampleBytes;
          i += 4) {
       Zop32f number;
       std::memcpy(&number, &actual[begin + i], sizeof number);
