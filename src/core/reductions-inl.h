@@ -50,8 +50,7 @@ HWY_INLINE V lanesOr(D, AllLanes, V v, V) {
   return v;
 }
 template <class D, class V>
-HWY_INLINE V lanesOr(D d, hn::Mask<D> mask, V v, V other) {
-  (void)d;
+HWY_INLINE V lanesOr(D, hn::Mask<D> mask, V v, V other) {
   return hn::IfThenElse(mask, v, other);
 }
 
