@@ -93,6 +93,15 @@ struct C4 {
 struct AC4 {
   static constexpr int channels = 4, colours = 3;
 };
+// Planar ones: an image for each channel.
+struct P3 {
+  static constexpr int channels = 3, colours = 3;
+};
+struct AP4 {
+  static constexpr int channels = 4, colours = 3;
+};
+template <class Layout>
+inline constexpr bool kIsPlanar = std::is_same_v<Layout, P3> || std::is_same_v<Layout, AP4>;
 
 // Whether a form writes to an image of its own or over an operand.
 enum class Form { OutOfPlace, InPlace };

@@ -1,5 +1,6 @@
-// Moves between layouts: how a move of N pixels goes along rows of several images.
-// Included once for each vector target, after hwy/highway.h.
+// Moves between layouts: how a move of N pixels goes along rows of several images. A move may compute: it
+// gets the addresses of its N pixels, or other units, in every image. Included once for each vector target,
+// after hwy/highway.h.
 #if defined(ZOPI_CORE_PIXEL_MOVES_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef ZOPI_CORE_PIXEL_MOVES_INL_H_
 #undef ZOPI_CORE_PIXEL_MOVES_INL_H_
@@ -45,16 +46,25 @@ HWY_INLINE Pixels<T, kCount> planePixels(const Image<T>* planes) {
   return result;
 }
 
+// How many units a move takes at a time: as many as a vector has lanes, unless it says otherwise.
+template <class Move, class T>
+constexpr std::ptrdiff_t unitsOf() {
+  if constexpr (requires { Move::kUnits; })
+    return Move::kUnits;
+  else
+    return kLanes<Tag<T>>;
+}
+
 // N pixels and their images as blocks on the stack, for what does not fill a vector.
-template <class T, int kIn, int kOut, class Move>
-void movePart(Move move, const Pixels<const T, kIn>& in, const Pixels<T, kOut>& out, std::ptrdiff_t pixels) {
-  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
-  HWY_ALIGN T inBlocks[kIn][4 * N] = {};
-  HWY_ALIGN T outBlocks[kOut][4 * N] = {};
-  const T* from[kIn];
+template <class S, class T, int kIn, int kOut, class Move>
+void movePart(Move move, const Pixels<const S, kIn>& in, const Pixels<T, kOut>& out, std::ptrdiff_t pixels) {
+  constexpr std::ptrdiff_t kBlock = 4 * HWY_MAX(kLanes<Tag<S>>, kLanes<Tag<T>>);
+  HWY_ALIGN S inBlocks[kIn][kBlock] = {};
+  HWY_ALIGN T outBlocks[kOut][kBlock] = {};
+  const S* from[kIn];
   T* to[kOut];
   for (int c = 0; c < kIn; ++c)
-    from[c] = static_cast<T*>(std::memcpy(inBlocks[c], in.at[c], in.bytes(c, pixels)));
+    from[c] = static_cast<S*>(std::memcpy(inBlocks[c], in.at[c], in.bytes(c, pixels)));
   for (int c = 0; c < kOut; ++c)
     to[c] = static_cast<T*>(std::memcpy(outBlocks[c], out.at[c], out.bytes(c, pixels)));
   move(Tag<T>(), from, to);
@@ -63,8 +73,7 @@ void movePart(Move move, const Pixels<const T, kIn>& in, const Pixels<T, kOut>& 
 
 // The first of N pixels from which on all images are aligned to vectors, or N if there is none.
 template <class T, int kCount>
-HWY_INLINE std::ptrdiff_t alignedPixel(const Pixels<T, kCount>& pixels) {
-  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
+HWY_INLINE std::ptrdiff_t alignedPixel(const Pixels<T, kCount>& pixels, std::ptrdiff_t N) {
   for (std::ptrdiff_t i = 0; i < N; ++i) {
     bool aligned = true;
     for (int c = 0; c < kCount; ++c)
@@ -74,18 +83,29 @@ HWY_INLINE std::ptrdiff_t alignedPixel(const Pixels<T, kCount>& pixels) {
   return N;
 }
 
-// Runs a move over all pixels, N at a time. The last N overlap those before, for a copy may be made twice;
-// but where an image ends within its last pixel, or a row has fewer than N, they take the way over the stack.
-// The move goes by value: only then do its tables stay in registers.
-template <class T, int kIn, int kOut, class Move>
-HWY_INLINE void mapPixels(Move move, Pixels<const T, kIn> in, Pixels<T, kOut> out, Extent pixels) {
+template <class S, class T, int kIn, int kOut>
+HWY_INLINE bool inPlace(const Pixels<const S, kIn>& in, const Pixels<T, kOut>& out) {
+  for (int i = 0; i < kIn; ++i) {
+    for (int o = 0; o < kOut; ++o) {
+      if (static_cast<const void*>(in.at[i]) == out.at[o]) return true;
+    }
+  }
+  return false;
+}
+
+// Runs a move over all pixels, N at a time. The last N overlap those before, for a move may be made twice;
+// but in place, where an image ends within its last pixel, or where a row has fewer than N, they take the way
+// over the stack. The move goes by value: only then do its tables stay in registers.
+template <class S, class T, int kIn, int kOut, class Move>
+HWY_INLINE void mapPixels(Move move, Pixels<const S, kIn> in, Pixels<T, kOut> out, Extent pixels) {
   const Tag<T> d;
-  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
+  constexpr std::ptrdiff_t N = unitsOf<Move, T>();
   const bool whole = in.lacking == 0 && out.lacking == 0;
   const std::ptrdiff_t n = pixels.length, direct = whole ? n : n - 1;
   for (std::ptrdiff_t y = 0; y < pixels.rows; ++y) {
     in.row(y);
     out.row(y);
+    const bool mayOverlap = whole && n >= N && !inPlace(in, out);
     std::ptrdiff_t left = n;
     const auto advance = [&](std::ptrdiff_t by) HWY_ATTR {
       in.seek(by);
@@ -94,7 +114,7 @@ HWY_INLINE void mapPixels(Move move, Pixels<const T, kIn> in, Pixels<T, kOut> ou
     };
     if constexpr (requires { Move::kStreams; }) {
       if (Move::kStreams && pixels.stream && n >= 2 * N) {
-        const std::ptrdiff_t head = alignedPixel(out);
+        const std::ptrdiff_t head = alignedPixel(out, N);
         if (head < N) {
           if (head > 0) move(d, in.at, out.at);
           advance(head);
@@ -110,7 +130,7 @@ HWY_INLINE void mapPixels(Move move, Pixels<const T, kIn> in, Pixels<T, kOut> ou
       advance(N);
     }
     if (left == 0) continue;
-    if (whole && n >= N) {
+    if (mayOverlap) {
       advance(left - N);
       move(d, in.at, out.at);
     } else {
