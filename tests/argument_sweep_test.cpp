@@ -121,7 +121,8 @@ const std::vector<OwnCheck> kOwnChecks = {
 ZopStatus expected(const Function& function, const Badness& bad) {
   std::istringstream checks(function.checks);
   for (std::string check; checks >> check;) {
-    const bool ofPointers = check == "pointer" || check == "image" || check == "constant";
+    const bool ofPointers = check == "pointer" || check == "image" || check == "constant" ||
+                            check == "outer" || check == "planes";
     if (ofPointers && bad.contains(check)) return zopStatusNullPointer;
     if (check == "width" && bad.contains("width")) return zopStatusBadSize;
     if (check == "size" && (bad.contains("width") || bad.contains("height"))) return zopStatusBadSize;
@@ -149,10 +150,10 @@ std::vector<Spoiler> spoilers(const Function& function) {
   std::vector<Spoiler> result;
   for (std::size_t i = 0; i < function.arguments.size(); ++i) {
     const Argument& a = function.arguments[i];
-    const Badness null = {"pointer", a.isImage() || a.role == Role::Steps ? "image" : "constant"};
+    const Badness null = {"pointer", "outer", a.isImage() || a.role == Role::Steps ? "image" : "constant"};
     if (a.isPointer()) result.push_back({i, null, Value(static_cast<void*>(nullptr))});
     for (int p = 0; p < a.planes; ++p) {
-      if (a.isImage()) result.push_back({i, null, {}, p});
+      if (a.isImage()) result.push_back({i, {"pointer", "planes", "image"}, {}, p});
       if (a.role == Role::Steps) result.push_back({i, {"step"}, Value(-p), p});
     }
     if (a.role == Role::Step) {

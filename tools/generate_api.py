@@ -30,6 +30,8 @@ TYPE_WORDS = {"8u": "8-bit unsigned", "8s": "8-bit signed", "16u": "16-bit unsig
               "32fc": "single-precision complex"}
 CHECKS = {
     "pointer": "@ref zopStatusNullPointer (-8) if a pointer is null",
+    "outer": "@ref zopStatusNullPointer (-8) if a pointer to an image, or an array of planes or steps, is null",
+    "planes": "@ref zopStatusNullPointer (-8) if the pointer to a plane is null",
     "image": "@ref zopStatusNullPointer (-8) if the pointer to an image is null",
     "constant": "@ref zopStatusNullPointer (-8) if the pointer to an array of constants is null",
     "width": "@ref zopStatusBadSize (-6) if the width is below 1",
@@ -107,7 +109,7 @@ class Argument:
         self.type = own[0] if own and own[0] else type_
         self.layout = own[1] if len(own) > 1 else layout
         self.planar = "P" in self.layout and self.kind in ("src", "dst", "inout")
-        self.own_steps = own[2:] == ["steps"]
+        self.own_steps, self.gapless = own[2:] == ["steps"], own[2:] == ["gapless"]
         self.block = int(self.layout[1:]) if self.layout.startswith("B") else 0
 
     @property
@@ -118,6 +120,10 @@ class Argument:
     @property
     def is_image(self):
         return self.kind in ("src", "dst", "inout", "mask")
+
+    @property
+    def has_step(self):
+        return self.is_image and not self.block and not self.gapless
 
     @property
     def constant_count(self):
@@ -133,9 +139,11 @@ class Argument:
                 return [f"{const}{c_type} {self.name}[{self.block}]"]
             if self.planar:
                 planes = LAYOUTS[self.layout]
+                pointer = f"{const}{c_type}* const {self.name}[{planes}]"
                 steps = f"const int {self.step}[{planes}]" if self.own_steps else f"int {self.step}"
-                return [f"{const}{c_type}* const {self.name}[{planes}]", steps]
-            return [f"{const}{c_type}* {self.name}", f"int {self.step}"]
+            else:
+                pointer, steps = f"{const}{c_type}* {self.name}", f"int {self.step}"
+            return [pointer, steps] if self.has_step else [pointer]
         if self.kind == "result":
             count = self.constant_count
             return [f"{c_type} {self.name}[{count}]" if count else f"{c_type}* {self.name}"]
@@ -145,7 +153,7 @@ class Argument:
         return [f"ZopImageSize {self.name}" if self.kind == "roi" else self.declaration]
 
     def expression(self):
-        if self.block:
+        if self.block or self.gapless:
             return self.name
         if self.own_steps:
             return f"{self.name}, {self.step}"
@@ -164,7 +172,7 @@ class Argument:
             planes = LAYOUTS[self.layout] if self.planar else 0
             samples = 1 if self.planar else LAYOUTS[self.layout]
             step = ("Steps", self.step, 4, 1, planes) if self.own_steps else ("Step", self.step, 0, 0, 0)
-            return [(role, self.name, BYTES[self.type], samples, planes), step]
+            return [(role, self.name, BYTES[self.type], samples, planes)] + ([step] if self.has_step else [])
         if self.kind in ("constant", "result"):
             role = "Result" if self.kind == "result" else "Constant" if self.constant_count else "Sample"
             return [(role, self.name, BYTES[self.type], max(self.constant_count, 1), 0)]
@@ -183,7 +191,7 @@ class Function:
     def placeholders(self):
         source, destination = self.name.source, self.name.destination
         return {"@S": C_TYPES.get(source[0], ""), "@D": C_TYPES.get(destination[0], ""), "@L": source[1], "@K": destination[1],
-                "@O": self.name.operation}
+                "@O": self.name.operation, "@T": self.name.operation.rpartition("To")[2]}
 
     def prototype(self, prefix):
         head = f"{prefix}{self.result} {self.name.text}(".replace("* zopi", "* zopi")
@@ -206,9 +214,14 @@ class Function:
                     names += [a.step for a in images if a.own_steps]
                 if names:
                     lines.append(f"checkPointers({', '.join(names)})")
+            elif check == "outer":
+                names = [a.name for a in images] + [a.step for a in images if a.own_steps]
+                lines.append(f"checkPointers({', '.join(names)})")
+            elif check == "planes":
+                lines += [f"checkPlanes<{LAYOUTS[a.layout]}>({a.name})" for a in images if a.planar]
             elif check == "step":
                 steps = [f"{a.step}[{p}]" for a in images if a.own_steps for p in range(LAYOUTS[a.layout])]
-                steps += [a.step for a in images if not a.own_steps and not a.block]
+                steps += [a.step for a in images if not a.own_steps and a.has_step]
                 lines.append(f"checkSteps({', '.join(steps)})")
             elif check in ("width", "size"):
                 sizes = [a.name for a in self.arguments if a.kind == "roi"]
@@ -252,12 +265,14 @@ class Group:
         seen = {}
         for function in self.functions:
             for a in function.arguments:
-                names = f"`{a.name}`, `{a.step}`" if a.is_image and not a.block else f"`{a.name}`"
+                names = f"`{a.name}`, `{a.step}`" if a.has_step else f"`{a.name}`"
                 text = self.arguments.get(a.name)
                 if text is None and a.kind in ARGUMENTS:
                     text = ARGUMENTS[a.kind]
                     if a.planar:
                         text = text.replace("First pixel of the", "First pixels of the planes of the")
+                    if a.gapless:
+                        text = text.split(",")[0] + ". Rows follow each other without gaps."
                     if a.own_steps:
                         text = text.replace("the distance", "for each plane the distance")
                 if text is None:
