@@ -39,8 +39,8 @@ void addPremultiplication(const std::string& name,
 }
 
 void addPlanes() {
-  bench::add("zopiAlphaComp_8u_AP4R/OverPremul", std::vector<int>(8, 1), std::vector<int>(4, 1),
-             [](const Frame& f) {
+  bench::add("zopiAlphaComp_8u_AP4R/OverPremul", std::vector<bench::PixelBytes>(8, 1),
+             std::vector<bench::PixelBytes>(4, 1), [](const Frame& f) {
                const Zop8u *a[4], *b[4];
                Zop8u* out[4];
                for (int c = 0; c < 4; ++c) {
@@ -51,15 +51,16 @@ void addPlanes() {
                zopiAlphaComp_8u_AP4R(a, f.sourceStep(0), b, f.sourceStep(4), out, f.destinationStep(), f.size,
                                      zopAlphaOverPremul);
              });
-  bench::add("zopiAlphaPremul_8u_AP4R", std::vector<int>(4, 1), std::vector<int>(4, 1), [](const Frame& f) {
-    const Zop8u* from[4];
-    Zop8u* to[4];
-    for (int c = 0; c < 4; ++c) {
-      from[c] = f.source(c);
-      to[c] = f.destination(c);
-    }
-    zopiAlphaPremul_8u_AP4R(from, f.sourceStep(0), to, f.destinationStep(), f.size);
-  });
+  bench::add("zopiAlphaPremul_8u_AP4R", std::vector<bench::PixelBytes>(4, 1),
+             std::vector<bench::PixelBytes>(4, 1), [](const Frame& f) {
+               const Zop8u* from[4];
+               Zop8u* to[4];
+               for (int c = 0; c < 4; ++c) {
+                 from[c] = f.source(c);
+                 to[c] = f.destination(c);
+               }
+               zopiAlphaPremul_8u_AP4R(from, f.sourceStep(0), to, f.destinationStep(), f.size);
+             });
 }
 
 const bool registered = [] {

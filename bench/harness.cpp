@@ -82,8 +82,8 @@ double median(std::vector<double>& values) {
   return values[values.size() / 2];
 }
 
-void runRow(benchmark::State& state, Contents contents, const std::vector<int>& sources,
-            const std::vector<int>& destinations, const Call& call, int border) {
+void runRow(benchmark::State& state, Contents contents, const std::vector<PixelBytes>& sources,
+            const std::vector<PixelBytes>& destinations, const Call& call, int border) {
   const ZopImageSize size = {static_cast<int>(state.range(0)), static_cast<int>(state.range(1))};
   const Frame frame(size, contents, sources, destinations, border);
   call(frame);
@@ -103,9 +103,9 @@ void runRow(benchmark::State& state, Contents contents, const std::vector<int>& 
 
 }  // namespace
 
-Frame::Image Frame::allocate(ZopImageSize size, Contents contents, int pixelBytes, unsigned seed) {
+Frame::Image Frame::allocate(ZopImageSize size, Contents contents, PixelBytes pixelBytes, unsigned seed) {
   int step = 0;
-  unsigned char* data = zopiMalloc_8u_C1(size.width * pixelBytes, size.height, &step);
+  unsigned char* data = zopiMalloc_8u_C1(pixelBytes.ofRow(size.width), size.height, &step);
   const std::size_t bytes = static_cast<std::size_t>(step) * size.height;
   std::mt19937 random(seed);
   for (std::size_t i = 0; i + 4 <= bytes; i += 4) {
@@ -116,12 +116,12 @@ Frame::Image Frame::allocate(ZopImageSize size, Contents contents, int pixelByte
   return {{data, zopiFree}, step, bytes};
 }
 
-Frame::Frame(ZopImageSize frameSize, Contents contents, const std::vector<int>& sourcePixelBytes,
-             const std::vector<int>& destinationPixelBytes, int border)
+Frame::Frame(ZopImageSize frameSize, Contents contents, const std::vector<PixelBytes>& sourcePixelBytes,
+             const std::vector<PixelBytes>& destinationPixelBytes, int border)
     : size(frameSize), sizeWithBorder{size.width + 2 * border, size.height + 2 * border} {
   unsigned seed = 0;
-  for (const int bytes : sourcePixelBytes) sources_.push_back(allocate(size, contents, bytes, ++seed));
-  for (const int bytes : destinationPixelBytes)
+  for (const PixelBytes bytes : sourcePixelBytes) sources_.push_back(allocate(size, contents, bytes, ++seed));
+  for (const PixelBytes bytes : destinationPixelBytes)
     destinations_.push_back(allocate(sizeWithBorder, contents, bytes, ++seed));
 }
 
@@ -148,8 +148,8 @@ double Frame::secondsOfTraversal(int times) const {
   return best;
 }
 
-void add(const std::string& name, std::vector<int> sourcePixelBytes, std::vector<int> destinationPixelBytes,
-         Call call, int border) {
+void add(const std::string& name, std::vector<PixelBytes> sourcePixelBytes,
+         std::vector<PixelBytes> destinationPixelBytes, Call call, int border) {
   const Contents contents = name.find("_32f") != std::string::npos ? Contents::Numbers : Contents::Noise;
   benchmark::RegisterBenchmark(name.c_str(),
                                [=](benchmark::State& state) {

@@ -19,11 +19,19 @@ struct Way;
 // holds, and arithmetic on them overflows or takes the processor's slow ways).
 enum class Contents { Noise, Numbers };
 
+// Bytes of a pixel of an image: planes of chroma have less than one.
+struct PixelBytes {
+  double value;
+  template <class T>
+  PixelBytes(T bytes) : value(static_cast<double>(bytes)) {}
+  int ofRow(int width) const { return static_cast<int>(width * value); }
+};
+
 // The images of a call: what it reads, then what it writes, which may have a border on all sides.
 class Frame {
  public:
-  Frame(ZopImageSize size, Contents contents, const std::vector<int>& sourcePixelBytes,
-        const std::vector<int>& destinationPixelBytes, int border = 0);
+  Frame(ZopImageSize size, Contents contents, const std::vector<PixelBytes>& sourcePixelBytes,
+        const std::vector<PixelBytes>& destinationPixelBytes, int border = 0);
 
   ZopImageSize size, sizeWithBorder;
 
@@ -48,7 +56,7 @@ class Frame {
     int step;
     std::size_t bytes;
   };
-  static Image allocate(ZopImageSize size, Contents contents, int pixelBytes, unsigned seed);
+  static Image allocate(ZopImageSize size, Contents contents, PixelBytes pixelBytes, unsigned seed);
   void traverse(const Way& way) const;
 
   std::vector<Image> sources_, destinations_;
@@ -58,7 +66,7 @@ using Call = std::function<void(const Frame& frame)>;
 
 // Registers a row at 64x64, 640x480 and 3840x2160 pixels. The images of functions whose name says `_32f` hold
 // numbers.
-void add(const std::string& name, std::vector<int> sourcePixelBytes, std::vector<int> destinationPixelBytes,
-         Call call, int border = 0);
+void add(const std::string& name, std::vector<PixelBytes> sourcePixelBytes,
+         std::vector<PixelBytes> destinationPixelBytes, Call call, int border = 0);
 
 }  // namespace bench

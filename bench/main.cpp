@@ -18,8 +18,8 @@ void printLimits() {
     const ZopImageSize size = {4096, height};
     const double bytes = 4096.0 * height;
     const int times = static_cast<int>(1e8 / bytes) + 1;
-    const auto speed = [&](const std::vector<int>& sources, const std::vector<int>& destinations,
-                           double moved) {
+    const auto speed = [&](const std::vector<bench::PixelBytes>& sources,
+                           const std::vector<bench::PixelBytes>& destinations, double moved) {
       const bench::Frame frame(size, bench::Contents::Noise, sources, destinations);
       frame.secondsOfTraversal(1);
       return moved * times * 1e-9 / frame.secondsOfTraversal(times);

@@ -23,12 +23,12 @@ void addPlanar(const std::string& type, ZopStatus (*split)(const T*, int, T* con
   const int bytes = sizeof(T);
   const std::string c = std::to_string(channels);
   bench::add("zopiCopy_" + type + "_C" + c + "P" + c + "R", {channels * bytes},
-             std::vector<int>(channels, bytes), [=](const Frame& f) {
+             std::vector<bench::PixelBytes>(channels, bytes), [=](const Frame& f) {
                T* planes[4];
                for (int p = 0; p < channels; ++p) planes[p] = f.destination<T>(p);
                split(f.source<T>(0), f.sourceStep(0), planes, f.destinationStep(), f.size);
              });
-  bench::add("zopiCopy_" + type + "_P" + c + "C" + c + "R", std::vector<int>(channels, bytes),
+  bench::add("zopiCopy_" + type + "_P" + c + "C" + c + "R", std::vector<bench::PixelBytes>(channels, bytes),
              {channels * bytes}, [=](const Frame& f) {
                const T* planes[4];
                for (int p = 0; p < channels; ++p) planes[p] = f.source<T>(p);
