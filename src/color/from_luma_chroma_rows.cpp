@@ -220,8 +220,8 @@ struct Conversion {
 };
 
 template <class From, class To, int kRows, int kColumns, class... P>
-void rows(const Image<const Zop8u>* from, const Image<typename SinkOf<To>::Type::Sample>* to, Extent units,
-          const FromLumaChroma& set, P... packing) {
+HWY_FLATTEN void rows(const Image<const Zop8u>* from, const Image<typename SinkOf<To>::Type::Sample>* to,
+                      Extent units, const FromLumaChroma& set, P... packing) {
   using Move = Conversion<From, To, kRows, kColumns>;
   using Source = typename Move::Source;
   Pixels<const Zop8u, Source::kImages> in{from, {}};

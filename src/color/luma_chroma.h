@@ -7,7 +7,7 @@
 namespace zopi {
 
 // Forward: Y = (yr R + yg G + yb B + offset) >> 16, and in the same way Cb and Cr over the sums of a chroma
-// sample's pixels, of which there are 2^(chromaShift - 16).
+// sample's pixels; of 2^n pixels, >> 16 + n.
 struct ToYCbCr {
   struct Row {
     int r, g, b;
@@ -17,28 +17,29 @@ struct ToYCbCr {
   static constexpr Row kCr = {28770, -24117, -4653};
 
   int lumaOffset, oddLumaOffset;  // of even and of odd columns
-  int chromaOffset, chromaShift;
+  int chromaOffset;
 };
 
-inline constexpr ToYCbCr kYCbCrPixel = {0x108000, 0x108000, 0x808000, 16};
-inline constexpr ToYCbCr kYCbCrPairOf422 = {0x108000, 0x100000, 0x1010000, 17};
-inline constexpr ToYCbCr kYCbCrPairOf420 = {0x108000, 0x108000, 16793600, 17};
-inline constexpr ToYCbCr kYCbCrBlock = {0x108000, 0x108000, 33587200, 18};
+inline constexpr ToYCbCr kYCbCrPixel = {0x108000, 0x108000, 0x808000};
+inline constexpr ToYCbCr kYCbCrPairOf422 = {0x108000, 0x100000, 0x1010000};
+inline constexpr ToYCbCr kYCbCrPairOf420 = {0x108000, 0x108000, 16793600};
+inline constexpr ToYCbCr kYCbCrBlock = {0x108000, 0x108000, 33587200};
 
 // Forward: with acc the weighted sum of a chroma sample's pixels, Y = acc >> 16, and
-// U = ((sum(B) << 16) - acc + rounding) >> 16, times its factor, >> chromaShift, + 128; V in the same way.
+// U = ((sum(B) << 16) - acc + rounding) >> 16, times its factor, >> 16 + n for 2^n pixels, + 128; V in the
+// same way.
 struct ToYuv {
   static constexpr int kR = 19595, kG = 38470, kB = 7471;
   static constexpr int kU = 32244, kV = 57475;
 
-  int rounding, chromaShift;
+  int rounding;
 };
 
-inline constexpr ToYuv kYuvPixel = {32767, 16};
-inline constexpr ToYuv kYuvPairOf422 = {65535, 17};
-inline constexpr ToYuv kYuvPairOf420 = {0, 17};
-inline constexpr ToYuv kYuvBlock = {0x1FFFF, 18};
-inline constexpr ToYuv kYuvCornerOf420 = {0, 16};
+inline constexpr ToYuv kYuvPixel = {32767};
+inline constexpr ToYuv kYuvPairOf422 = {65535};
+inline constexpr ToYuv kYuvPairOf420 = {0};
+inline constexpr ToYuv kYuvBlock = {0x1FFFF};
+inline constexpr ToYuv kYuvCornerOf420 = {0};
 
 // Inverse: R = (y Y + rv V + r) >> 16, G = (y Y + gu U + gv V + g) >> 16, B = (y Y + bu U + b) >> 16, all
 // saturated, with U and V as they are stored.

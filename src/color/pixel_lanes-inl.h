@@ -72,6 +72,12 @@ HWY_INLINE hn::Vec<LaneBytes> saturatedBytes(LaneVec a, LaneVec b) {
 #endif
 }
 
+// Numbers with 16 fraction bits, rounded down: those of `low` and `high` in turn, as words.
+HWY_INLINE LaneVec wholes(LaneVec low, LaneVec high) {
+  const LaneWords d16;
+  return hn::BitCast(Lanes(), hn::OddEven(hn::BitCast(d16, high), hn::BitCast(d16, hn::ShiftRight<16>(low))));
+}
+
 // A shuffle within every 16-byte block; 0x80 makes a zero.
 using BlockPattern = std::array<uint8_t, 16>;
 inline constexpr uint8_t kNone = 0x80;
@@ -104,10 +110,30 @@ HWY_INLINE LaneVec loadLanes(const Zop8u* from) { return hn::BitCast(Lanes(), hn
 HWY_INLINE LaneVec promotedQuarter(const Zop8u* from) {
   return hn::PromoteTo(Lanes(), hn::LoadU(QuarterBytes(), from));
 }
-// The low bytes of all lanes.
-HWY_INLINE void storeQuarter(LaneVec v, Zop8u* to) {
-  const hn::RebindToUnsigned<Lanes> du;
-  hn::StoreU(hn::TruncateTo(QuarterBytes(), hn::BitCast(du, v)), QuarterBytes(), to);
+
+// Four quarters whose blocks hold four bytes of each, one quarter after the other, in the quarters' order.
+struct QuarterOrder {
+  alignas(64) uint32_t words[kLanePixels];
+};
+constexpr QuarterOrder quarterOrder() {
+  QuarterOrder order{};
+  for (int i = 0; i < kLanePixels; ++i)
+    order.words[i] = static_cast<uint32_t>(i % (kLanePixels / 4) * 4 + i / (kLanePixels / 4));
+  return order;
+}
+inline constexpr QuarterOrder kQuarterOrder = quarterOrder();
+HWY_INLINE hn::Vec<LaneBytes> inOrderOfQuarters(LaneVec blocks) {
+  const Tag<uint32_t> d;
+  return hn::BitCast(
+      LaneBytes(), hn::TableLookupLanes(hn::BitCast(d, blocks), hn::SetTableIndices(d, kQuarterOrder.words)));
+}
+
+// Numbers with 16 fraction bits, a quarter each, as bytes in their order: rounded down and saturated.
+inline constexpr BlockPattern kUnzip =
+    patternOf([](int i, int byte) { return i / 2 * 8 + i % 2 + 2 * byte; });
+HWY_INLINE hn::Vec<LaneBytes> bytesOf(LaneVec a, LaneVec b, LaneVec c, LaneVec d) {
+  return inOrderOfQuarters(
+      shuffled(hn::BitCast(Lanes(), saturatedBytes(wholes(a, b), wholes(c, d))), kUnzip));
 }
 
 // The words of 32 bits of packed pixels: those of quarter q are words 3/4 L q and following of three vectors.
@@ -190,9 +216,7 @@ struct PixelQuarters<C3> {
 // Three channels of pixels with 16 fraction bits, saturated to bytes: in every block the low bytes of channel
 // 0 and 2 in turn, then those of channel 1.
 HWY_INLINE LaneVec packedChannels(LaneVec c0, LaneVec c1, LaneVec c2) {
-  const LaneWords d16;
-  const auto outer = hn::OddEven(hn::BitCast(d16, c2), hn::BitCast(d16, hn::ShiftRight<16>(c0)));
-  return hn::BitCast(Lanes(), saturatedBytes(hn::BitCast(Lanes(), outer), hn::ShiftRight<16>(c1)));
+  return hn::BitCast(Lanes(), saturatedBytes(wholes(c0, c2), hn::ShiftRight<16>(c1)));
 }
 constexpr int placeOfChannel(int i, int c) { return c == 1 ? 8 + 2 * i : 2 * i + c / 2; }
 inline constexpr BlockPattern kPixelOfChannels =
@@ -200,6 +224,8 @@ inline constexpr BlockPattern kPixelOfChannels =
 inline constexpr BlockPattern kSwappedPixelOfChannels =
     patternOf([](int i, int byte) { return byte < 3 ? placeOfChannel(i, 2 - byte) : int{kNone}; });
 
+inline constexpr BlockPattern kChannelsInTurn =
+    patternOf([](int c, int i) { return c < 3 ? placeOfChannel(i, c) : int{kNone}; });
 constexpr BlockPattern packedOfChannels() {
   BlockPattern pattern{};
   for (int k = 0; k < 12; ++k) pattern[k] = static_cast<uint8_t>(placeOfChannel(k / 3, k % 3));
@@ -261,15 +287,27 @@ struct PixelSink<AC4> {
 template <>
 struct PixelSink<P3> {
   using Sample = Zop8u;
-  static constexpr bool kStreams = false;
+  static constexpr bool kStreams = true;
   template <bool kStream>
   HWY_INLINE void store(const LaneVec* channels, Zop8u* const* to) const {
-    forQuarters([&](auto q) HWY_ATTR {
-      const LaneVec pixels = shuffled(channels[q], kPixelOfChannels);
-      storeQuarter(pixels, to[0] + q * kLanePixels);
-      storeQuarter(hn::ShiftRight<8>(pixels), to[1] + q * kLanePixels);
-      storeQuarter(hn::ShiftRight<16>(pixels), to[2] + q * kLanePixels);
-    });
+    const Lanes d;
+    const LaneBytes d8;
+    const Tag<uint64_t> d64;
+    // By block: four bytes of each channel.
+    LaneVec v[4];
+    forQuarters([&](auto q) HWY_ATTR { v[q] = shuffled(channels[q], kChannelsInTurn); });
+    const auto pairs = [&](LaneVec a, LaneVec b)
+                           HWY_ATTR { return hn::BitCast(d64, hn::InterleaveLower(d, a, b)); };
+    const auto upperPairs = [&](LaneVec a, LaneVec b)
+                                HWY_ATTR { return hn::BitCast(d64, hn::InterleaveUpper(d, a, b)); };
+    const auto a = pairs(v[0], v[1]), b = pairs(v[2], v[3]);
+    const auto c = upperPairs(v[0], v[1]), e = upperPairs(v[2], v[3]);
+    const auto plane = [&](auto blocks, Zop8u* at) HWY_ATTR {
+      HWY_NAMESPACE::store<kStream>(d8, inOrderOfQuarters(hn::BitCast(d, blocks)), at);
+    };
+    plane(hn::InterleaveLower(d64, a, b), to[0]);
+    plane(hn::InterleaveUpper(d64, a, b), to[1]);
+    plane(hn::InterleaveLower(d64, c, e), to[2]);
   }
 };
 

@@ -50,34 +50,32 @@ struct Chroma {
   LaneVec u, v;
 };
 
-// The arithmetic: luma of pixels and chroma of sums, with 16 fraction bits of which some may be lost.
+// The arithmetic: luma of pixels and chroma of sums of 2^kShift, with 16 fraction bits of which some may be
+// lost.
+template <int kShift>
 struct YCbCrOf {
   Weights y, cb, cr;
   LaneVec lumaOffset, chromaOffset;
-  int shift;
 
   HWY_INLINE explicit YCbCrOf(const ToYCbCr& set)
       : y(ToYCbCr::kY.r, ToYCbCr::kY.g, ToYCbCr::kY.b),
         cb(ToYCbCr::kCb.r, ToYCbCr::kCb.g, ToYCbCr::kCb.b),
         cr(ToYCbCr::kCr.r, ToYCbCr::kCr.g, ToYCbCr::kCr.b),
         lumaOffset(hn::OddEven(hn::Set(Lanes(), set.oddLumaOffset), hn::Set(Lanes(), set.lumaOffset))),
-        chromaOffset(hn::Set(Lanes(), set.chromaOffset)),
-        shift(set.chromaShift - 16) {}
+        chromaOffset(hn::Set(Lanes(), set.chromaOffset)) {}
   HWY_INLINE LaneVec luma(Rgb v) const { return y(v, lumaOffset); }
   HWY_INLINE Chroma chroma(Rgb v) const {
-    return {hn::ShiftRightSame(cb(v, chromaOffset), shift), hn::ShiftRightSame(cr(v, chromaOffset), shift)};
+    return {hn::ShiftRight<kShift>(cb(v, chromaOffset)), hn::ShiftRight<kShift>(cr(v, chromaOffset))};
   }
 };
 
+template <int kShift>
 struct YuvOf {
   Weights weights;
   LaneVec rounding;
-  int shift;
 
   HWY_INLINE explicit YuvOf(const ToYuv& set)
-      : weights(ToYuv::kR, ToYuv::kG, ToYuv::kB),
-        rounding(hn::Set(Lanes(), set.rounding)),
-        shift(set.chromaShift - 16) {}
+      : weights(ToYuv::kR, ToYuv::kG, ToYuv::kB), rounding(hn::Set(Lanes(), set.rounding)) {}
   HWY_INLINE LaneVec luma(Rgb v) const { return weights(v, hn::Zero(Lanes())); }
   HWY_INLINE Chroma chroma(Rgb v) const {
     const Lanes d;
@@ -90,7 +88,7 @@ struct YuvOf {
   HWY_INLINE LaneVec scaled(LaneVec difference, int factor) const {
     const Lanes d;
     const LaneVec product = hn::Mul(hn::ShiftRight<16>(difference), hn::Set(d, factor));
-    return hn::Add(hn::ShiftRightSame(product, shift), hn::Set(d, 128 << 16));
+    return hn::Add(hn::ShiftRight<kShift>(product), hn::Set(d, 128 << 16));
   }
 };
 
@@ -126,16 +124,12 @@ struct RgbSource<P3> {
   }
 };
 
-HWY_INLINE LaneVec saturatedWhole(LaneVec v) {
-  const Lanes d;
-  return hn::Min(hn::Max(hn::ShiftRight<16>(v), hn::Zero(d)), hn::Set(d, 255));
-}
-
 // Where lumas and chromas go: to the pixels that they come from ...
 template <class Layout, int kRows, int kColumns>
 struct LumaChromaSink {
   static constexpr int kImages = 1;
   static constexpr bool kStreams = PixelSink<Layout>::kStreams;
+  static constexpr int kStreamed = 1;
   PixelSink<Layout> sink;
 
   static constexpr int samples(int) { return Layout::channels; }
@@ -152,6 +146,7 @@ template <>
 struct LumaChromaSink<C2, 1, 2> {
   static constexpr int kImages = 1;
   static constexpr bool kStreams = true;
+  static constexpr int kStreamed = 1;
   // From the words Y0 and Y1 of four pairs, then U and V.
   static constexpr BlockPattern kPattern =
       patternOf([](int i, int byte) { return 2 * i + byte / 2 + 8 * (byte % 2); });
@@ -160,15 +155,11 @@ struct LumaChromaSink<C2, 1, 2> {
   template <bool kStream>
   HWY_INLINE void store(const LaneVec (*luma)[4], const Chroma* chroma, Zop8u* const* to) const {
     const Lanes d;
-    const LaneWords d16;
     const LaneBytes d8;
-    const auto words = [&](LaneVec low, LaneVec high) HWY_ATTR {
-      return hn::BitCast(d, hn::OddEven(hn::BitCast(d16, high), hn::BitCast(d16, hn::ShiftRight<16>(low))));
-    };
     forQuarters<2>([&](auto h) HWY_ATTR {
       const LaneVec a = luma[0][2 * h], b = luma[0][2 * h + 1];
-      const LaneVec lumas = words(hn::ConcatEven(d, b, a), hn::ConcatOdd(d, b, a));
-      const auto bytes = saturatedBytes(lumas, words(chroma[h].u, chroma[h].v));
+      const LaneVec lumas = wholes(hn::ConcatEven(d, b, a), hn::ConcatOdd(d, b, a));
+      const auto bytes = saturatedBytes(lumas, wholes(chroma[h].u, chroma[h].v));
       const auto pairs = hn::BitCast(d8, shuffled(hn::BitCast(d, bytes), kPattern));
       HWY_NAMESPACE::store<kStream>(d8, pairs, to[0] + h * 4 * kLanePixels);
     });
@@ -179,20 +170,26 @@ struct LumaChromaSink<C2, 1, 2> {
 template <int kRows, int kColumns>
 struct LumaChromaSink<P3, kRows, kColumns> {
   static constexpr int kImages = kRows + 2;
-  static constexpr bool kStreams = false;
+  static constexpr bool kStreams = true;
+  static constexpr int kStreamed = kRows;
 
   static constexpr int samples(int image) { return image < kRows ? kColumns : 1; }
-  template <bool>
+  template <bool kStream>
   HWY_INLINE void store(const LaneVec (*luma)[4], const Chroma* chroma, Zop8u* const* to) const {
+    const LaneBytes d8;
     forQuarters<kRows>([&](auto row) HWY_ATTR {
-      forQuarters([&](auto q) HWY_ATTR {
-        storeQuarter(hn::ShiftRight<16>(luma[row][q]), to[row] + q * kLanePixels);
-      });
+      const LaneVec* v = luma[row];
+      HWY_NAMESPACE::store<kStream>(d8, bytesOf(v[0], v[1], v[2], v[3]), to[row]);
     });
-    forQuarters<4 / kColumns>([&](auto q) HWY_ATTR {
-      storeQuarter(saturatedWhole(chroma[q].u), to[kRows] + q * kLanePixels);
-      storeQuarter(saturatedWhole(chroma[q].v), to[kRows + 1] + q * kLanePixels);
-    });
+    if constexpr (kColumns == 2) {
+      const hn::Half<LaneBytes> half;
+      const auto both = bytesOf(chroma[0].u, chroma[1].u, chroma[0].v, chroma[1].v);
+      hn::StoreU(hn::LowerHalf(half, both), half, to[kRows]);
+      hn::StoreU(hn::UpperHalf(half, both), half, to[kRows + 1]);
+    } else {
+      hn::StoreU(bytesOf(chroma[0].u, chroma[1].u, chroma[2].u, chroma[3].u), d8, to[kRows]);
+      hn::StoreU(bytesOf(chroma[0].v, chroma[1].v, chroma[2].v, chroma[3].v), d8, to[kRows + 1]);
+    }
   }
 };
 
@@ -201,6 +198,7 @@ struct Conversion {
   using Sink = LumaChromaSink<To, kRows, kColumns>;
   static constexpr std::ptrdiff_t kUnits = kStepPixels / kColumns;
   static constexpr bool kStreams = Sink::kStreams;
+  static constexpr int kStreamed = Sink::kStreamed;
   Arithmetic arithmetic;
   RgbSource<From> source = {};
   Sink sink = {};
@@ -227,8 +225,9 @@ struct Conversion {
   }
 };
 
-template <class Arithmetic, class Set, class From, class To, int kRows, int kColumns>
-void rows(const Image<const Zop8u>* from, const Image<Zop8u>* to, Extent units, const Set& set) {
+template <template <int> class ArithmeticOf, class Set, class From, class To, int kRows, int kColumns>
+HWY_FLATTEN void rows(const Image<const Zop8u>* from, const Image<Zop8u>* to, Extent units, const Set& set) {
+  using Arithmetic = ArithmeticOf<kRows * kColumns / 2>;
   using Source = RgbSource<From>;
   using Sink = LumaChromaSink<To, kRows, kColumns>;
   Pixels<const Zop8u, kRows * Source::kImages> in{from, {}};
@@ -238,10 +237,10 @@ void rows(const Image<const Zop8u>* from, const Image<Zop8u>* to, Extent units, 
   mapPixels(Conversion<Arithmetic, From, To, kRows, kColumns>{Arithmetic(set)}, in, out, units);
 }
 
-template <class Arithmetic, class Set>
+template <template <int> class ArithmeticOf, class Set>
 struct RowsOf {
   template <class From, class To, int kRows, int kColumns>
-  static constexpr auto kOne = rows<Arithmetic, Set, From, To, kRows, kColumns>;
+  static constexpr auto kOne = rows<ArithmeticOf, Set, From, To, kRows, kColumns>;
   template <class From>
   static constexpr typename ToLumaChromaRows<Set>::Planar kToPlanes = {
       {{kOne<From, P3, 1, 1>, kOne<From, P3, 1, 2>}, {kOne<From, P3, 2, 1>, kOne<From, P3, 2, 2>}}};

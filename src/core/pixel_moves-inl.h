@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <utility>
 
 #include "core/row_shapes-inl.h"
 
@@ -30,8 +31,10 @@ struct Pixels {
   HWY_INLINE void row(std::ptrdiff_t y) {
     for (int c = 0; c < kCount; ++c) at[c] = images[c].row(y);
   }
-  HWY_INLINE void seek(std::ptrdiff_t by) {
-    for (int c = 0; c < kCount; ++c) at[c] += by * samples[c];
+  HWY_INLINE void seek(std::ptrdiff_t by) { seek(by, std::make_integer_sequence<int, kCount>()); }
+  template <int... C>
+  HWY_INLINE void seek(std::ptrdiff_t by, std::integer_sequence<int, C...>) {
+    ((at[C] += by * samples[C]), ...);  // a loop would keep the addresses out of registers
   }
   HWY_INLINE std::size_t bytes(int c, std::ptrdiff_t pixels) const {
     return static_cast<std::size_t>(pixels * samples[c] - lacking) * sizeof(T);
@@ -57,7 +60,8 @@ constexpr std::ptrdiff_t unitsOf() {
 
 // N pixels and their images as blocks on the stack, for what does not fill a vector.
 template <class S, class T, int kIn, int kOut, class Move>
-void movePart(Move move, const Pixels<const S, kIn>& in, const Pixels<T, kOut>& out, std::ptrdiff_t pixels) {
+HWY_NOINLINE void movePart(Move move, const Pixels<const S, kIn>& in, const Pixels<T, kOut>& out,
+                           std::ptrdiff_t pixels) {
   constexpr std::ptrdiff_t kBlock = 4 * HWY_MAX(kLanes<Tag<S>>, kLanes<Tag<T>>);
   HWY_ALIGN S inBlocks[kIn][kBlock] = {};
   HWY_ALIGN T outBlocks[kOut][kBlock] = {};
@@ -71,12 +75,21 @@ void movePart(Move move, const Pixels<const S, kIn>& in, const Pixels<T, kOut>& 
   for (int c = 0; c < kOut; ++c) std::memcpy(out.at[c], outBlocks[c], out.bytes(c, pixels));
 }
 
-// The first of N pixels from which on all images are aligned to vectors, or N if there is none.
+// The images whose stores go past the caches where a move says that some do: all, or as many as it says.
+template <class Move, int kCount>
+constexpr int streamedImages() {
+  if constexpr (requires { Move::kStreamed; })
+    return Move::kStreamed;
+  else
+    return kCount;
+}
+
+// The first of N pixels from which on `count` images are aligned to vectors, or N if there is none.
 template <class T, int kCount>
-HWY_INLINE std::ptrdiff_t alignedPixel(const Pixels<T, kCount>& pixels, std::ptrdiff_t N) {
+HWY_INLINE std::ptrdiff_t alignedPixel(const Pixels<T, kCount>& pixels, int count, std::ptrdiff_t N) {
   for (std::ptrdiff_t i = 0; i < N; ++i) {
     bool aligned = true;
-    for (int c = 0; c < kCount; ++c)
+    for (int c = 0; c < count; ++c)
       aligned = aligned && isAligned(Tag<T>(), pixels.at[c] + i * pixels.samples[c]);
     if (aligned) return i;
   }
@@ -114,7 +127,7 @@ HWY_INLINE void mapPixels(Move move, Pixels<const S, kIn> in, Pixels<T, kOut> ou
     };
     if constexpr (requires { Move::kStreams; }) {
       if (Move::kStreams && pixels.stream && n >= 2 * N) {
-        const std::ptrdiff_t head = alignedPixel(out, N);
+        const std::ptrdiff_t head = alignedPixel(out, streamedImages<Move, kOut>(), N);
         if (head < N) {
           if (head > 0) move(d, in.at, out.at);
           advance(head);
