@@ -236,6 +236,49 @@ Image stretched(const Image& picture) {
   return tile;
 }
 
+// YCbCr in 4:2:0: a plane of luma, and two with a sample for each 2 by 2 pixels.
+struct Planes420 {
+  Image planes[3];
+  Zop8u* starts[3];
+  int steps[3];
+
+  explicit Planes420(const Image& picture) {
+    const ZopImageSize half = {(picture.size.width + 1) / 2, (picture.size.height + 1) / 2};
+    for (int i = 0; i < 3; ++i) {
+      planes[i] = newGrayImage(i == 0 ? picture.size : half);
+      starts[i] = planes[i].data();
+      steps[i] = planes[i].step;
+    }
+    check(zopiRGBToYCbCr420_8u_C3P3R(picture.data(), picture.step, starts, steps, picture.size));
+  }
+  Image picture() const {
+    Image result = newColourImage(planes[0].size);
+    check(zopiYCbCr420ToRGB_8u_P3C3R(starts, steps, result.data(), result.step, result.size));
+    return result;
+  }
+  void flatten(int plane, Zop8u value) {
+    const Image& image = planes[plane];
+    check(zopiSet_8u_C1R(value, image.data(), image.step, image.size));
+  }
+};
+
+Image lumaOnly(const Image& picture) {
+  Planes420 planes(picture);
+  planes.flatten(1, 128);
+  planes.flatten(2, 128);
+  return planes.picture();
+}
+
+// One of the two chromas, on gray of medium luma.
+Image chromaOnly(const Image& picture, int plane) {
+  Planes420 planes(picture);
+  planes.flatten(0, 128);
+  planes.flatten(3 - plane, 128);
+  return planes.picture();
+}
+Image blueChroma(const Image& picture) { return chromaOnly(picture, 1); }
+Image redChroma(const Image& picture) { return chromaOnly(picture, 2); }
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -258,6 +301,9 @@ constexpr Tile kTiles[] = {
     {"Four levels a channel", "zopiAndC_8u_C3R, zopiOrC_8u_C3IR", posterised},
     {"Contrast stretched", "zopiScale_8u32f_C3R, zopiScale_32f8u_C3R", stretched},
     {"The middle, its edges repeated", "zopiCopyReplicateBorder_8u_C3R", inItsOwnBorder},
+    {"Luma alone, Y", "zopiRGBToYCbCr420_8u_C3P3R and back", lumaOnly},
+    {"Chroma alone, Cb", "zopiRGBToYCbCr420_8u_C3P3R and back", blueChroma},
+    {"Chroma alone, Cr", "zopiRGBToYCbCr420_8u_C3P3R and back", redChroma},
     {"Mirrored, channels in turn", "zopiMirror_8u_C3R, zopiSwapChannels_8u_C3IR", turnedOverInOtherColours},
 };
 
