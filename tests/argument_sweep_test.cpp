@@ -108,6 +108,17 @@ const std::vector<OwnCheck> kOwnChecks = {
      [](const Argument&) {
        return std::vector<Value>{-1.0f, -1e-45f, -HUGE_VALF};
      }},
+    {"checkMask(maskSize)", "maskSize", zopStatusBadMaskSize,
+     [](const Argument&) {
+       return std::vector<Value>{ZopImageSize{1, 5}, ZopImageSize{5, 1}, ZopImageSize{-4, -5}};
+     }},
+    {"checkAnchor(maskSize,anchor)", "anchor", zopStatusBadAnchor,
+     [](const Argument&) {
+       return std::vector<Value>{ZopImagePoint{-1, 0}, ZopImagePoint{0, -1}, ZopImagePoint{4, 0},
+                                 ZopImagePoint{0, 5}};
+     }},
+    {"checkMaskCode(maskCode)", "maskCode", zopStatusBadMaskSize,
+     [](const Argument&) { return std::vector<Value>{34, 53, 0, -33, 15, INT32_MAX}; }},
     {"checkMode(cmpOp)", "cmpOp", zopStatusUnsupportedMode,
      [](const Argument&) { return std::vector<Value>{-1, 1, 2, 3, 5, INT32_MIN}; }},
     {"checkScaleRange(vMin,vMax)", "vMax", zopStatusBadScaleRange,

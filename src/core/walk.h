@@ -126,13 +126,34 @@ void walkRows(bool parallel, Extent e, const Body& body, I... images) {
   }
 }
 
+// The same for rows that look at the rows around them: they are never joined.
+template <class Body, class... I>
+void walkNeighbours(bool parallel, Extent e, const Body& body, I... images) {
+  e.stream = walk::streams(e, images...);
+  if (!parallel || omp_get_max_threads() == 1) return body(images..., e);
+#pragma omp parallel
+  {
+    const Share rows = share(e.rows, omp_get_thread_num(), omp_get_num_threads());
+    if (rows.begin < rows.end) {
+      body(images.from(rows.begin)..., Extent{e.length, rows.end - rows.begin, e.stream});
+    }
+  }
+}
+
 // The rows shared by a team, each thread with a slice of one buffer of `sliceBytes` a thread. The body is
-// called once a thread, `body(slice, begin, end)`, and primes its slice at its first row. A failed gate runs
-// the same with a team of one. -9 if there is no memory: then no row was touched.
+// called once a thread, `body(slice, begin, end)`, and primes its slice at its first row. Where the gate
+// fails there is one slice and no region. -9 if there is no memory: then no row was touched.
 template <class Body>
 ZopStatus walkSlices(bool parallel, int rows, int sliceBytes, const Body& body) {
   unsigned char* buffer = nullptr;
-#pragma omp parallel if (parallel)
+  if (!parallel || omp_get_max_threads() == 1) {
+    buffer = static_cast<unsigned char*>(zopAllocBytes(sliceBytes));
+    if (buffer == nullptr) return zopStatusNoMemory;
+    body(buffer, 0, rows);
+    zopFreeAligned(buffer);
+    return zopStatusOk;
+  }
+#pragma omp parallel
   {
 #pragma omp master
     {
