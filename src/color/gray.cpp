@@ -10,8 +10,6 @@
 namespace zopi {
 namespace {
 
-constexpr Zop32f kLuma[3] = {0.299f, 0.587f, 0.114f};
-
 template <class T>
 GrayWeights<T> weightsOf(const Zop32f* coeffs) {
   GrayWeights<T> weights;
@@ -28,19 +26,35 @@ GrayWeights<T> weightsOf(const Zop32f* coeffs) {
   return weights;
 }
 
+// `row(in, out, extent)` on all bands.
+template <class Layout, class T, class Row>
+ZopStatus walkGray(Image<const T> src, Image<T> dst, ZopImageSize size, const Row& row) {
+  walkImages(gateColour(size), extent(size), row, imagesOf<Layout>(src), imagesOf<C1>(dst));
+  return zopStatusOk;
+}
+
 template <class Layout, class T>
 ZopStatus gray(Image<const T> src, Image<T> dst, ZopImageSize size, const Zop32f* coeffs) {
   const GrayRows<T>& rows = grayTable().of<T>();
   const auto row = std::is_same_v<Layout, AC4> ? rows.fromAC4 : rows.fromC3;
   const GrayWeights<T> weights = weightsOf<T>(coeffs);
-  walkImages(
-      gateColour(size), extent(size),
-      [&](const Image<const T>* in, const Image<T>* out, Extent e) {
-        const RoundingToNearest mode;  // each thread has its own
-        row(in, out, e, weights);
-      },
-      imagesOf<Layout>(src), imagesOf<C1>(dst));
-  return zopStatusOk;
+  return walkGray<Layout>(src, dst, size, [&](const Image<const T>* in, const Image<T>* out, Extent e) {
+    const RoundingToNearest mode;  // each thread has its own
+    row(in, out, e, weights);
+  });
+}
+
+// With the weights of ITU-R BT.601.
+template <class Layout, class T>
+ZopStatus luma(Image<const T> src, Image<T> dst, ZopImageSize size) {
+  constexpr Zop32f kWeights[3] = {0.299f, 0.587f, 0.114f};
+  if constexpr (std::is_same_v<T, Zop8u>) {
+    const GrayTable& table = grayTable();
+    return walkGray<Layout>(src, dst, size,
+                            std::is_same_v<Layout, AC4> ? table.lumaFromAC4 : table.lumaFromC3);
+  } else {
+    return gray<Layout>(src, dst, size, kWeights);
+  }
 }
 
 }  // namespace

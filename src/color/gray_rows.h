@@ -25,7 +25,9 @@ struct GrayRows {
   PixelRows<T, T, GrayWeights<T>> fromC3, fromAC4;
 };
 
-using GrayTable = RowTable<GrayRows, Zop8u, Zop16u, Zop16s, Zop32f>;
+struct GrayTable : RowTable<GrayRows, Zop8u, Zop16u, Zop16s, Zop32f> {
+  PixelRows<Zop8u, Zop8u> lumaFromC3, lumaFromAC4;  // of bytes, with the weights 1225, 2404 and 467
+};
 
 // The rows for this machine.
 const GrayTable& grayTable();
