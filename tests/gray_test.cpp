@@ -88,6 +88,24 @@ TEST_P(Gray, EqualsTheReferenceAtEveryShape) {
 INSTANTIATE_TEST_SUITE_P(Operations, Gray, testing::Values("RGBToGray", "ColorToGray"),
                          [](const auto& each) { return std::string(each.param); });
 
+TEST(GrayExhaustive, LumaOfAllPixelsOfBytes) {
+  std::vector<Zop8u> pixels(3 * 65536), out(65536);
+  sweep::onEveryTarget([&] {
+    for (int third = 0; third < 256; ++third) {
+      for (int i = 0; i < 65536; ++i) {
+        pixels[3 * i] = static_cast<Zop8u>(i);
+        pixels[3 * i + 1] = static_cast<Zop8u>(i >> 8);
+        pixels[3 * i + 2] = static_cast<Zop8u>(third);
+      }
+      ASSERT_EQ(zopStatusOk, zopiRGBToGray_8u_C3C1R(pixels.data(), 3 * 65536, out.data(), 65536, {65536, 1}));
+      for (int i = 0; i < 65536; ++i) {
+        const int expected = ((i & 255) * 1225 + (i >> 8) * 2404 + third * 467) >> 12;
+        ASSERT_EQ(expected, out[i]) << (i & 255) << ", " << (i >> 8) << ", " << third;
+      }
+    }
+  });
+}
+
 // All pixels of bytes whose third sample goes along with the others, and weights of all sizes.
 TEST(GrayExhaustive, PairsOfBytes) {
   std::vector<Zop8u> pixels(3 * 65536), out(65536);
@@ -96,7 +114,7 @@ TEST(GrayExhaustive, PairsOfBytes) {
     pixels[3 * i + 1] = static_cast<Zop8u>(i >> 8);
     pixels[3 * i + 2] = static_cast<Zop8u>(i * 7 + (i >> 8) * 31);
   }
-  std::vector<std::vector<Zop32f>> weights = {{kLuma[0], kLuma[1], kLuma[2]}};
+  std::vector<std::vector<Zop32f>> weights;
   for (int bit = -13; bit < 21; ++bit) {
     const Zop32f w = std::ldexp(1.0f, bit);
     weights.push_back({w, 0.7f * w, -w});

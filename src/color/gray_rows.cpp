@@ -130,14 +130,18 @@ class Luma {
   template <bool kStream = false, class DT>
   HWY_INLINE void operator()(DT, const Zop8u* const* in, Zop8u* const* out) const {
     constexpr std::ptrdiff_t N = kLanes<D>;
-    for (std::ptrdiff_t i = 0; i < kLanes<DT>; i += N) {
-      const Zop8u* from = in[0] + i * kChannels;
-      const auto a = sums(from, first), b = sums(from + 4 * kChannels, first);
-      const auto c = sums(from + 8 * kChannels, first), e = sums(from + kLast, last);
-      const auto odd = hn::ShiftLeft<8>(upperHalves(b, e));
-      const auto four = hn::BitCast(D(), hn::Or(upperHalves(a, c), odd));
-      store<kStream>(D(), hn::TableLookupBytes(four, turn), out[0] + i);
-    }
+    part<kStream>(in[0], out[0]);
+    if constexpr (kLanes < DT >> N) part<kStream>(in[0] + N * kChannels, out[0] + N);
+  }
+
+ private:
+  template <bool kStream>
+  HWY_INLINE void part(const Zop8u* from, Zop8u* to) const {
+    const auto a = sums(from, first), b = sums(from + 4 * kChannels, first);
+    const auto c = sums(from + 8 * kChannels, first), e = sums(from + kLast, last);
+    const auto odd = hn::ShiftLeft<8>(upperHalves(b, e));
+    const auto four = hn::BitCast(D(), hn::Or(upperHalves(a, c), odd));
+    store<kStream>(D(), hn::TableLookupBytes(four, turn), to);
   }
 };
 
