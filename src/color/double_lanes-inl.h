@@ -36,6 +36,7 @@ HWY_INLINE void inDoubleLanes(D d, const Op& op, hn::Vec<D>* v) {
   if constexpr (sizeof(Lane) < 4) {
     const WideTag<D> dw;
     hn::Vec<WideTag<D>> even[kIn], odd[kIn];
+#pragma GCC unroll 4
     for (int c = 0; c < kIn; ++c) {
       const auto wide = widen(d, v[c]);
       even[c] = wide.even;
@@ -43,6 +44,7 @@ HWY_INLINE void inDoubleLanes(D d, const Op& op, hn::Vec<D>* v) {
     }
     inDoubleLanes<T, kIn, kOut>(dw, op, even);
     inDoubleLanes<T, kIn, kOut>(dw, op, odd);
+#pragma GCC unroll 4
     for (int c = 0; c < kOut; ++c) {
       const auto moved = hn::ShiftLeft<8 * sizeof(Lane)>(odd[c]);
       v[c] = hn::OddEven(hn::BitCast(d, moved), hn::BitCast(d, even[c]));
@@ -53,6 +55,7 @@ HWY_INLINE void inDoubleLanes(D d, const Op& op, hn::Vec<D>* v) {
     const hn::Rebind<Signed, D> ds;
     const hn::Half<decltype(ds)> dh;
     hn::Vec<decltype(dd)> low[kIn], high[kIn];
+#pragma GCC unroll 4
     for (int c = 0; c < kIn; ++c) {
       const auto lanes = hn::BitCast(ds, v[c]);
       low[c] = hn::PromoteTo(dd, hn::LowerHalf(dh, lanes));
@@ -60,6 +63,7 @@ HWY_INLINE void inDoubleLanes(D d, const Op& op, hn::Vec<D>* v) {
     }
     op(dd, low);
     op(dd, high);
+#pragma GCC unroll 4
     for (int c = 0; c < kOut; ++c) v[c] = fromDoubles<T>(d, low[c], high[c]);
   }
 }

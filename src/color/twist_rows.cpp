@@ -22,6 +22,7 @@ struct TwistOfDoubles {
   template <class D, class V>
   HWY_INLINE void operator()(D d, V* x) const {
     const V a = x[0], b = x[1], c = x[2], last = x[kRows - 1];
+#pragma GCC unroll 4
     for (int k = 0; k < kRows; ++k) {
       const double* t = twist.at[k];
       const V two = hn::MulAdd(b, hn::Set(d, t[1]), hn::Mul(a, hn::Set(d, t[0])));

@@ -26,10 +26,12 @@ struct Channels {
   static constexpr int kPlanes = Layout::channels;
 
   HWY_INLINE void load(const T* const* at, V* v) const {
+#pragma GCC unroll 4
     for (int c = 0; c < kPlanes; ++c) v[c] = hn::LoadU(D(), at[c]);
   }
   template <bool kStream>
   HWY_INLINE void store(const V* v, T* const* at) const {
+#pragma GCC unroll 4
     for (int c = 0; c < kPlanes; ++c) HWY_NAMESPACE::store<kStream>(D(), v[c], at[c]);
   }
 };
