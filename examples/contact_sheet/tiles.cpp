@@ -236,6 +236,28 @@ Image stretched(const Image& picture) {
   return tile;
 }
 
+Image linearLight(const Image& picture) {
+  Image tile = newColourImage(picture.size);
+  check(zopiGammaInv_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size));
+  return tile;
+}
+
+Image sepia(const Image& picture) {
+  const Zop32f twist[12] = {0.393f, 0.769f, 0.189f, 0, 0.349f, 0.686f, 0.168f, 0, 0.272f, 0.534f, 0.131f, 0};
+  Image tile = newColourImage(picture.size);
+  check(zopiColorTwist32f_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size, twist));
+  return tile;
+}
+
+Image gray(const Image& picture) {
+  const Image luma = newGrayImage(picture.size);
+  check(zopiRGBToGray_8u_C3C1R(picture.data(), picture.step, luma.data(), luma.step, luma.size));
+  Image tile = newColourImage(picture.size);
+  for (int c = 0; c < 3; ++c)
+    check(zopiCopy_8u_C1C3R(luma.data(), luma.step, tile.data() + c, tile.step, tile.size));
+  return tile;
+}
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -259,6 +281,9 @@ constexpr Tile kTiles[] = {
     {"Contrast stretched", "zopiScale_8u32f_C3R, zopiScale_32f8u_C3R", stretched},
     {"The middle, its edges repeated", "zopiCopyReplicateBorder_8u_C3R", inItsOwnBorder},
     {"Mirrored, channels in turn", "zopiMirror_8u_C3R, zopiSwapChannels_8u_C3IR", turnedOverInOtherColours},
+    {"In linear light", "zopiGammaInv_8u_C3R", linearLight},
+    {"Sepia", "zopiColorTwist32f_8u_C3R", sepia},
+    {"Gray", "zopiRGBToGray_8u_C3C1R, zopiCopy_8u_C1C3R", gray},
 };
 
 }  // namespace
