@@ -125,6 +125,10 @@ const std::vector<OwnCheck> kOwnChecks = {
      [](const Argument&) {
        return std::vector<Value>{0.0f, -1e-45f, -HUGE_VALF, NAN};
      }},
+    {"checkGammaRange(vMin,vMax)", "vMax", zopStatusBadGammaRange,
+     [](const Argument&) {
+       return std::vector<Value>{0.0f, -1e-45f, -HUGE_VALF};
+     }},
     {"checkThresholds(thresholdLT,thresholdGT)", "thresholdLT", zopStatusBadThresholds, tooHigh},
     {"checkAlphaType(alphaType)", "alphaType", zopStatusBadAlphaType, unknownAlphaTypes},
 };

@@ -127,6 +127,8 @@ class Argument:
 
     @property
     def constant_count(self):
+        if self.block:
+            return self.block
         if self.function.of_interest or self.layout == "C1":
             return 0
         return 3 if self.layout.startswith("A") else LAYOUTS[self.layout]

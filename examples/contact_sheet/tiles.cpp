@@ -278,6 +278,27 @@ Image chromaOnly(const Image& picture, int plane) {
 }
 Image blueChroma(const Image& picture) { return chromaOnly(picture, 1); }
 Image redChroma(const Image& picture) { return chromaOnly(picture, 2); }
+Image linearLight(const Image& picture) {
+  Image tile = newColourImage(picture.size);
+  check(zopiGammaInv_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size));
+  return tile;
+}
+
+Image sepia(const Image& picture) {
+  const Zop32f twist[12] = {0.393f, 0.769f, 0.189f, 0, 0.349f, 0.686f, 0.168f, 0, 0.272f, 0.534f, 0.131f, 0};
+  Image tile = newColourImage(picture.size);
+  check(zopiColorTwist32f_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size, twist));
+  return tile;
+}
+
+Image gray(const Image& picture) {
+  const Image luma = newGrayImage(picture.size);
+  check(zopiRGBToGray_8u_C3C1R(picture.data(), picture.step, luma.data(), luma.step, luma.size));
+  Image tile = newColourImage(picture.size);
+  for (int c = 0; c < 3; ++c)
+    check(zopiCopy_8u_C1C3R(luma.data(), luma.step, tile.data() + c, tile.step, tile.size));
+  return tile;
+}
 
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
@@ -305,6 +326,9 @@ constexpr Tile kTiles[] = {
     {"Chroma alone, Cb", "zopiRGBToYCbCr420_8u_C3P3R and back", blueChroma},
     {"Chroma alone, Cr", "zopiRGBToYCbCr420_8u_C3P3R and back", redChroma},
     {"Mirrored, channels in turn", "zopiMirror_8u_C3R, zopiSwapChannels_8u_C3IR", turnedOverInOtherColours},
+    {"In linear light", "zopiGammaInv_8u_C3R", linearLight},
+    {"Sepia", "zopiColorTwist32f_8u_C3R", sepia},
+    {"Gray", "zopiRGBToGray_8u_C3C1R, zopiCopy_8u_C1C3R", gray},
 };
 
 }  // namespace

@@ -563,6 +563,319 @@ ZOPI_API ZopStatus zopiYUV420ToBGR444_8u16u_P3C3R(const Zop8u* const pSrc[3], co
     Zop16u* pDst, int dstStep, ZopImageSize roiSize);
 /// @}
 
+/// @name Gamma
+///
+/// The transfer curve of Recommendation ITU-R BT.709 for each sample. With v the sample on a scale from 0 to
+/// 1, `Fwd` makes 1.099 v^0.45 - 0.099 of it where v is 0.018 or above, and 4.5 v below; `Inv` makes ((v +
+/// 0.099) / 1.099)^(1 / 0.45) of it where v is 0.081 or above, and v / 4.5 below.
+///
+/// Full scale is 255 or 65535, and results are rounded to nearest; of ties, bytes go to the even neighbour
+/// and words up. `32f` samples are taken from the range `vMin` to `vMax` to that of 0 to 1 and back, all in
+/// double precision, and rounded once. What lies outside the range follows the same two branches; nothing is
+/// clamped. The rounding mode of the caller has no influence and is kept.
+///
+/// `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+/// - `vMin`: The number that stands for black.
+/// - `vMax`: The number that stands for full scale.
+///
+/// Arguments are checked in this order in the forms `8u_C3R`, `8u_AC4R`, `8u_P3R`, `16u_C3R`, `16u_AC4R`,
+/// `16u_P3R`, `8u_C3IR`, `8u_AC4IR`, `8u_IP3R`, `16u_C3IR`, `16u_AC4IR`, `16u_IP3R`: @ref
+/// zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or height is below
+/// 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
+///
+/// Arguments are checked in this order in the forms `32f_C3R`, `32f_AC4R`, `32f_P3R`, `32f_C3IR`,
+/// `32f_AC4IR`, `32f_IP3R`: @ref zopStatusBadGammaRange (-49) if `vMax - vMin` is 0 or below, @ref
+/// zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or height is below
+/// 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiGammaFwd_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiGammaFwd_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three planes.
+ZOPI_API ZopStatus zopiGammaFwd_8u_P3R(const Zop8u* const pSrc[3], int srcStep, Zop8u* const pDst[3],
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiGammaFwd_16u_C3R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiGammaFwd_16u_AC4R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three planes.
+ZOPI_API ZopStatus zopiGammaFwd_16u_P3R(const Zop16u* const pSrc[3], int srcStep, Zop16u* const pDst[3],
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiGammaInv_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiGammaInv_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three planes.
+ZOPI_API ZopStatus zopiGammaInv_8u_P3R(const Zop8u* const pSrc[3], int srcStep, Zop8u* const pDst[3],
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiGammaInv_16u_C3R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiGammaInv_16u_AC4R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three planes.
+ZOPI_API ZopStatus zopiGammaInv_16u_P3R(const Zop16u* const pSrc[3], int srcStep, Zop16u* const pDst[3],
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiGammaFwd_8u_C3IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiGammaFwd_8u_AC4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three planes, in place.
+ZOPI_API ZopStatus zopiGammaFwd_8u_IP3R(Zop8u* const pSrcDst[3], int srcDstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiGammaFwd_16u_C3IR(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiGammaFwd_16u_AC4IR(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three planes, in place.
+ZOPI_API ZopStatus zopiGammaFwd_16u_IP3R(Zop16u* const pSrcDst[3], int srcDstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiGammaInv_8u_C3IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiGammaInv_8u_AC4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, three planes, in place.
+ZOPI_API ZopStatus zopiGammaInv_8u_IP3R(Zop8u* const pSrcDst[3], int srcDstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiGammaInv_16u_C3IR(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiGammaInv_16u_AC4IR(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize);
+/// 16-bit unsigned, three planes, in place.
+ZOPI_API ZopStatus zopiGammaInv_16u_IP3R(Zop16u* const pSrcDst[3], int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiGammaFwd_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, Zop32f vMin, Zop32f vMax);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiGammaFwd_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, Zop32f vMin, Zop32f vMax);
+/// Single precision, three planes.
+ZOPI_API ZopStatus zopiGammaFwd_32f_P3R(const Zop32f* const pSrc[3], int srcStep, Zop32f* const pDst[3],
+    int dstStep, ZopImageSize roiSize, Zop32f vMin, Zop32f vMax);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiGammaInv_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, Zop32f vMin, Zop32f vMax);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiGammaInv_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, Zop32f vMin, Zop32f vMax);
+/// Single precision, three planes.
+ZOPI_API ZopStatus zopiGammaInv_32f_P3R(const Zop32f* const pSrc[3], int srcStep, Zop32f* const pDst[3],
+    int dstStep, ZopImageSize roiSize, Zop32f vMin, Zop32f vMax);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiGammaFwd_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    Zop32f vMin, Zop32f vMax);
+/// Single precision, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiGammaFwd_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    Zop32f vMin, Zop32f vMax);
+/// Single precision, three planes, in place.
+ZOPI_API ZopStatus zopiGammaFwd_32f_IP3R(Zop32f* const pSrcDst[3], int srcDstStep, ZopImageSize roiSize,
+    Zop32f vMin, Zop32f vMax);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiGammaInv_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    Zop32f vMin, Zop32f vMax);
+/// Single precision, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiGammaInv_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    Zop32f vMin, Zop32f vMax);
+/// Single precision, three planes, in place.
+ZOPI_API ZopStatus zopiGammaInv_32f_IP3R(Zop32f* const pSrcDst[3], int srcDstStep, ZopImageSize roiSize,
+    Zop32f vMin, Zop32f vMax);
+/// @}
+
+/// @name Colour twist
+///
+/// A linear map of the channels. With s the samples of a pixel and t the rows of `twist`, channel k of the
+/// result is ((t[k][0] s[0] + t[k][1] s[1]) + t[k][2] s[2]) + t[k][3] in double precision. It is rounded to
+/// nearest with ties to even, and integers saturate. The rounding mode of the caller has no influence and is
+/// kept.
+///
+/// `C4` has no added column: its last term is t[k][3] s[3]. `AC4` forms leave the destination's alpha alone.
+///
+/// What becomes of a not-a-number is not specified for integers.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `twist`: A matrix, row after row: three rows of four, of which the last column is added; for `C4`, four
+///   rows of four.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiColorTwist_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f twist[12]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiColorTwist_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f twist[12]);
+/// Single precision, three planes.
+ZOPI_API ZopStatus zopiColorTwist_32f_P3R(const Zop32f* const pSrc[3], int srcStep, Zop32f* const pDst[3],
+    int dstStep, ZopImageSize roiSize, const Zop32f twist[12]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiColorTwist_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f twist[16]);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiColorTwist_32f_C3IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    const Zop32f twist[12]);
+/// Single precision, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiColorTwist_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    const Zop32f twist[12]);
+/// Single precision, three planes, in place.
+ZOPI_API ZopStatus zopiColorTwist_32f_IP3R(Zop32f* const pSrcDst[3], int srcDstStep, ZopImageSize roiSize,
+    const Zop32f twist[12]);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiColorTwist32f_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f twist[12]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiColorTwist32f_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f twist[12]);
+/// 8-bit unsigned, three planes.
+ZOPI_API ZopStatus zopiColorTwist32f_8u_P3R(const Zop8u* const pSrc[3], int srcStep, Zop8u* const pDst[3],
+    int dstStep, ZopImageSize roiSize, const Zop32f twist[12]);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiColorTwist32f_16u_C3R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f twist[12]);
+/// 16-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiColorTwist32f_16u_AC4R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f twist[12]);
+/// 16-bit unsigned, three planes.
+ZOPI_API ZopStatus zopiColorTwist32f_16u_P3R(const Zop16u* const pSrc[3], int srcStep,
+    Zop16u* const pDst[3], int dstStep, ZopImageSize roiSize, const Zop32f twist[12]);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiColorTwist32f_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f twist[12]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiColorTwist32f_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f twist[12]);
+/// 16-bit signed, three planes.
+ZOPI_API ZopStatus zopiColorTwist32f_16s_P3R(const Zop16s* const pSrc[3], int srcStep,
+    Zop16s* const pDst[3], int dstStep, ZopImageSize roiSize, const Zop32f twist[12]);
+/// 8-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiColorTwist32f_8u_C3IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    const Zop32f twist[12]);
+/// 8-bit unsigned, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiColorTwist32f_8u_AC4IR(Zop8u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    const Zop32f twist[12]);
+/// 8-bit unsigned, three planes, in place.
+ZOPI_API ZopStatus zopiColorTwist32f_8u_IP3R(Zop8u* const pSrcDst[3], int srcDstStep, ZopImageSize roiSize,
+    const Zop32f twist[12]);
+/// 16-bit unsigned, three channels, in place.
+ZOPI_API ZopStatus zopiColorTwist32f_16u_C3IR(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    const Zop32f twist[12]);
+/// 16-bit unsigned, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiColorTwist32f_16u_AC4IR(Zop16u* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    const Zop32f twist[12]);
+/// 16-bit unsigned, three planes, in place.
+ZOPI_API ZopStatus zopiColorTwist32f_16u_IP3R(Zop16u* const pSrcDst[3], int srcDstStep,
+    ZopImageSize roiSize, const Zop32f twist[12]);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiColorTwist32f_16s_C3IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    const Zop32f twist[12]);
+/// 16-bit signed, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiColorTwist32f_16s_AC4IR(Zop16s* pSrcDst, int srcDstStep, ZopImageSize roiSize,
+    const Zop32f twist[12]);
+/// 16-bit signed, three planes, in place.
+ZOPI_API ZopStatus zopiColorTwist32f_16s_IP3R(Zop16s* const pSrcDst[3], int srcDstStep,
+    ZopImageSize roiSize, const Zop32f twist[12]);
+/// @}
+
+/// @name Gray
+///
+/// One channel of three: the sum of the samples, weighted by `coeffs` or, in `zopiRGBToGray`, by 0.299, 0.587
+/// and 0.114.
+///
+/// Weights of bytes are whole 4096ths: 4096 w + 1/2, truncated toward zero; the default ones are 1225, 2404
+/// and 467. The sum is rounded down, and of a result beyond a byte the low byte is stored: weights that add
+/// up to more than 1 wrap. A weight that is infinite or no number counts as 0.
+///
+/// `16u`, `16s` and `32f` have single-precision weights and a sum in double precision, from the first channel
+/// to the last. It is rounded to nearest with ties to even, and integers saturate. What becomes of a
+/// not-a-number is not specified for integers. The rounding mode of the caller has no influence and is kept.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `coeffs`: The weights of the three channels.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, three channels to one channel.
+ZOPI_API ZopStatus zopiRGBToGray_8u_C3C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha to one channel.
+ZOPI_API ZopStatus zopiRGBToGray_8u_AC4C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three channels to one channel.
+ZOPI_API ZopStatus zopiRGBToGray_16u_C3C1R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, four channels, the last is alpha to one channel.
+ZOPI_API ZopStatus zopiRGBToGray_16u_AC4C1R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, three channels to one channel.
+ZOPI_API ZopStatus zopiRGBToGray_16s_C3C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, four channels, the last is alpha to one channel.
+ZOPI_API ZopStatus zopiRGBToGray_16s_AC4C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels to one channel.
+ZOPI_API ZopStatus zopiRGBToGray_32f_C3C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha to one channel.
+ZOPI_API ZopStatus zopiRGBToGray_32f_AC4C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three channels to one channel.
+ZOPI_API ZopStatus zopiColorToGray_8u_C3C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f coeffs[3]);
+/// 8-bit unsigned, four channels, the last is alpha to one channel.
+ZOPI_API ZopStatus zopiColorToGray_8u_AC4C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f coeffs[3]);
+/// 16-bit unsigned, three channels to one channel.
+ZOPI_API ZopStatus zopiColorToGray_16u_C3C1R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f coeffs[3]);
+/// 16-bit unsigned, four channels, the last is alpha to one channel.
+ZOPI_API ZopStatus zopiColorToGray_16u_AC4C1R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f coeffs[3]);
+/// 16-bit signed, three channels to one channel.
+ZOPI_API ZopStatus zopiColorToGray_16s_C3C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f coeffs[3]);
+/// 16-bit signed, four channels, the last is alpha to one channel.
+ZOPI_API ZopStatus zopiColorToGray_16s_AC4C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f coeffs[3]);
+/// Single precision, three channels to one channel.
+ZOPI_API ZopStatus zopiColorToGray_32f_C3C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f coeffs[3]);
+/// Single precision, four channels, the last is alpha to one channel.
+ZOPI_API ZopStatus zopiColorToGray_32f_AC4C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f coeffs[3]);
+/// @}
+
 #ifdef __cplusplus
 }
 #endif

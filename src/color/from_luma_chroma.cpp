@@ -14,16 +14,17 @@ using Set = FromLumaChroma;
 template <class Layout>
 ZopStatus converted(const Set& set, Image<const Zop8u> src, Image<Zop8u> dst, ZopImageSize size) {
   const FromLumaChromaTable& table = fromLumaChromaTable();
-  mapPixelImages<Layout, Layout>(pixelGate(size), std::is_same_v<Layout, C3> ? table.c3 : table.ac4, src, dst,
-                                 size, set);
+  mapPixelImages<Layout, Layout>(gateColour(size), std::is_same_v<Layout, C3> ? table.c3 : table.ac4, src,
+                                 dst, size, set);
   return zopStatusOk;
 }
 ZopStatus converted(const Set& set, Planes<const Zop8u, 3> src, Image<Zop8u> dst, ZopImageSize size) {
-  mapPixelImages<P3, C3>(pixelGate(size), fromLumaChromaTable().planesToC3.ofSize[0][0], src, dst, size, set);
+  mapPixelImages<P3, C3>(gateColour(size), fromLumaChromaTable().planesToC3.ofSize[0][0], src, dst, size,
+                         set);
   return zopStatusOk;
 }
 ZopStatus converted(const Set& set, Planes<const Zop8u, 3> src, Planes<Zop8u, 3> dst, ZopImageSize size) {
-  mapPixelImages<P3, P3>(pixelGate(size), fromLumaChromaTable().planesToPlanes.ofSize[0][0], src, dst, size,
+  mapPixelImages<P3, P3>(gateColour(size), fromLumaChromaTable().planesToPlanes.ofSize[0][0], src, dst, size,
                          set);
   return zopStatusOk;
 }
@@ -36,7 +37,7 @@ bool isRun(ZopImageSize size, Image<const Zop8u> src, int srcChannels, Image<Zop
 ZopStatus packed(const Set& set, const Packing& packing, Image<const Zop8u> src, Image<Zop16u> dst,
                  ZopImageSize size) {
   dst = inWholeSamples(dst);
-  mapPixelImages<C3, C1>(isRun(size, src, 3, dst) || pixelGate(size), fromLumaChromaTable().c3ToPacked, src,
+  mapPixelImages<C3, C1>(isRun(size, src, 3, dst) || gateColour(size), fromLumaChromaTable().c3ToPacked, src,
                          dst, size, set, packing);
   return zopStatusOk;
 }
@@ -71,12 +72,12 @@ ZopStatus upsampled(bool parallel, const FromPlanarRows<T, const P&...>& rows, S
 
 ZopStatus from422(const Set& set, const Zop8u* const* src, const int* steps, Image<Zop8u> dst,
                   ZopImageSize size) {
-  return upsampled<1, C3>(pixelGate(size), fromLumaChromaTable().planesToC3, {set, set},
+  return upsampled<1, C3>(gateColour(size), fromLumaChromaTable().planesToC3, {set, set},
                           lumaChroma(src, steps), dst, size);
 }
 ZopStatus from422(const Set& set, const Zop8u* const* src, const int* steps, Planes<Zop8u, 3> dst,
                   ZopImageSize size) {
-  return upsampled<1, P3>(pixelGate(size), fromLumaChromaTable().planesToPlanes, {set, set},
+  return upsampled<1, P3>(gateColour(size), fromLumaChromaTable().planesToPlanes, {set, set},
                           lumaChroma(src, steps), dst, size);
 }
 ZopStatus from420(bool parallel, const Set& set, const Zop8u* const* src, const int* steps, Image<Zop8u> dst,
@@ -109,7 +110,7 @@ ZopStatus withoutAlpha(const Set& ofUnits, const Zop8u* const* src, const int* s
 ZopStatus from420ToPacked(const Packing& packing, const Zop8u* const* src, const int* steps,
                           Image<Zop16u> dst, ZopImageSize size) {
   if (size.width == 1 || size.height == 1) return zopStatusOk;
-  return upsampled<2, C1>(blockGate(size), fromLumaChromaTable().planesToPacked, {kYuv, kYuv},
+  return upsampled<2, C1>(gateBlocks(size), fromLumaChromaTable().planesToPacked, {kYuv, kYuv},
                           lumaChroma(src, steps), inWholeSamples(dst), size, packing);
 }
 
@@ -124,7 +125,7 @@ const FromPlanarRows<Zop8u>& rowsTo(Zop8u* const*) { return fromLumaChromaTable(
 
 template <int kRows, class Layout, class Out>
 ZopStatus gapless(const Zop8u* const* src, Out dst, ZopImageSize size) {
-  const bool parallel = kRows == 2 ? blockGate(size) : singleRun(size) || pixelGate(size);
+  const bool parallel = kRows == 2 ? gateBlocks(size) : singleRun(size) || gateColour(size);
   return upsampled<kRows, Layout>(parallel, rowsTo(dst), {kYuv, kYuv}, lumaChroma(src, size),
                                   gaplessOf(dst, size), size);
 }
@@ -171,12 +172,12 @@ ZopStatus fromPairs(bool parallel, typename FromPlanarRows<T, const P&...>::Rows
 
 ZopStatus fromPairs(const Set& set, Image<const Zop8u> src, Image<Zop8u> dst, ZopImageSize size) {
   const FromLumaChromaTable& table = fromLumaChromaTable();
-  return fromPairs<C3, Zop8u>(pixelGate(size), table.pairsToC3, table.planesToC3.ofSize[0][0], set, src, dst,
+  return fromPairs<C3, Zop8u>(gateColour(size), table.pairsToC3, table.planesToC3.ofSize[0][0], set, src, dst,
                               size);
 }
 ZopStatus fromPairs(const Set& set, Image<const Zop8u> src, Planes<Zop8u, 3> dst, ZopImageSize size) {
   const FromLumaChromaTable& table = fromLumaChromaTable();
-  return fromPairs<P3, Zop8u>(pixelGate(size), table.pairsToPlanes, table.planesToPlanes.ofSize[0][0], set,
+  return fromPairs<P3, Zop8u>(gateColour(size), table.pairsToPlanes, table.planesToPlanes.ofSize[0][0], set,
                               src, dst, size);
 }
 
@@ -189,7 +190,7 @@ ZopStatus pairsToPacked(const Packing& packing, Image<const Zop8u> src, Image<Zo
   dst = inWholeSamples(dst);
   const bool oneRun = size.width % 2 == 0 && isRun(size, src, 2, dst);
   const FromLumaChromaTable& table = fromLumaChromaTable();
-  return fromPairs<C1, Zop16u>(oneRun || pixelGate(size), table.pairsToPacked,
+  return fromPairs<C1, Zop16u>(oneRun || gateColour(size), table.pairsToPacked,
                                table.planesToPacked.ofSize[0][0], kYCbCrOf422, src, dst, size, packing);
 }
 

@@ -10,12 +10,8 @@
 
 namespace zopi {
 
-// Rows are shared by a team where there are more pixels, or blocks, than this. The products are in 32 bits.
-inline bool colourGate(int width, int height) {
-  return static_cast<int>(static_cast<uint32_t>(width) * static_cast<uint32_t>(height)) > 4096;
-}
-inline bool pixelGate(ZopImageSize size) { return colourGate(size.width, size.height); }
-inline bool blockGate(ZopImageSize size) { return colourGate(size.width >> 1, size.height >> 1); }
+// Whether the blocks of 2 by 2 pixels are worth a team.
+inline bool gateBlocks(ZopImageSize size) { return gateColour({size.width >> 1, size.height >> 1}); }
 
 // A plane of luma and two of chroma.
 template <class T>

@@ -12,7 +12,7 @@ const ToLumaChromaRows<ToYuv>& rowsOf(const ToYuv&) { return toLumaChromaTable()
 
 template <class From, class To, class Rows, class Set, class In, class Out>
 ZopStatus convert(Rows rows, const Set& set, In from, Out to, ZopImageSize size) {
-  mapPixelImages<From, To>(pixelGate(size), rows, from, to, size, set);
+  mapPixelImages<From, To>(gateColour(size), rows, from, to, size, set);
   return zopStatusOk;
 }
 
@@ -67,11 +67,11 @@ ZopStatus subsampled(bool parallel, const Sets<Set>& sets, const In& src, const 
 
 template <class Layout, class Set, class In>
 ZopStatus to422(const Sets<Set>& sets, const In& src, const LumaChroma<Zop8u>& dst, ZopImageSize size) {
-  return subsampled<1, Layout>(pixelGate(size), sets, src, dst, size);
+  return subsampled<1, Layout>(gateColour(size), sets, src, dst, size);
 }
 template <class Layout, class Set, class In>
 ZopStatus to420(const Sets<Set>& sets, const In& src, const LumaChroma<Zop8u>& dst, ZopImageSize size) {
-  return subsampled<2, Layout>(blockGate(size), sets, src, dst, size);
+  return subsampled<2, Layout>(gateBlocks(size), sets, src, dst, size);
 }
 
 // Without gaps. 4:2:2 of some size and an even width is one run of pixels, always worth a team.
@@ -79,12 +79,12 @@ bool singleRun(ZopImageSize size) {
   return std::int64_t{size.width} * size.height >= 256 && size.width % 2 == 0;
 }
 ZopStatus gapless422(const Zop8u* src, Zop8u* const* dst, ZopImageSize size) {
-  return subsampled<1, C3>(singleRun(size) || pixelGate(size), kYuv422,
+  return subsampled<1, C3>(singleRun(size) || gateColour(size), kYuv422,
                            Image<const Zop8u>{src, std::ptrdiff_t{3} * size.width}, lumaChroma(dst, size),
                            size);
 }
 ZopStatus gapless422(const Zop8u* const* src, Zop8u* const* dst, ZopImageSize size) {
-  return subsampled<1, P3>(singleRun(size) || pixelGate(size), kYuv422, planes<3>(src, size.width),
+  return subsampled<1, P3>(singleRun(size) || gateColour(size), kYuv422, planes<3>(src, size.width),
                            lumaChroma(dst, size), size);
 }
 ZopStatus gapless420(const Zop8u* src, Zop8u* const* dst, ZopImageSize size) {
@@ -103,7 +103,7 @@ ZopStatus toPairs(const Set& pair, const Set& pixel, const In& src, Image<Zop8u>
     constexpr bool kPairs = std::remove_reference_t<decltype(part)>::columns == 2;
     const auto from = imagesOf<Layout>(part, src);
     if constexpr (kPairs) {
-      run(pixelGate(size), std::is_same_v<Layout, C3> ? rows.c3ToPairs : rows.planesToPairs, pair, from,
+      run(gateColour(size), std::is_same_v<Layout, C3> ? rows.c3ToPairs : rows.planesToPairs, pair, from,
           pairsOf(dst), part.units);
     } else {
       Zop8u unread;

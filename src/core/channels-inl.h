@@ -27,6 +27,7 @@ class ThreeChannels {
   using T = hn::TFromD<D>;
   using V = hn::Vec<D>;
   using M = hn::Mask<D>;
+  using Bits = hwy::MakeUnsigned<T>;
   using D8 = hn::Repartition<uint8_t, D>;
   using D32 = hn::Repartition<uint32_t, D>;
   static constexpr int N = static_cast<int>(kLanes<D>);
@@ -37,8 +38,8 @@ class ThreeChannels {
   // vector, with p or q % 3 == remainder. By channel c and group x: the orders of samples in a block and of
   // blocks in a vector.
   struct Tables {
-    alignas(64) T samples[3][N];
-    alignas(64) T blocks[3][N];
+    alignas(64) Bits samples[3][N];
+    alignas(64) Bits blocks[3][N];
     alignas(16) uint8_t gather[3][16], scatter[3][16];  // channel c: lane t <-> place (3 t + c) % L
     alignas(64) uint32_t pick[3][N * sizeof(T) / 4],
         put[3][N * sizeof(T) / 4];  // group x: block j <-> (3 j + x) % B
@@ -48,8 +49,8 @@ class ThreeChannels {
     Tables tables{};
     for (int r = 0; r < 3; ++r) {
       for (int i = 0; i < N; ++i) {
-        tables.samples[r][i] = static_cast<T>(i % L % 3 == r ? ~T{0} : 0);
-        tables.blocks[r][i] = static_cast<T>(i / L % 3 == r ? ~T{0} : 0);
+        tables.samples[r][i] = static_cast<Bits>(i % L % 3 == r ? ~Bits{0} : 0);
+        tables.blocks[r][i] = static_cast<Bits>(i / L % 3 == r ? ~Bits{0} : 0);
       }
       for (int t = 0; t < L; ++t) {
         const int place = (3 * t + r) % L;
@@ -70,7 +71,9 @@ class ThreeChannels {
   }
   static constexpr Tables kTables = makeTables();
 
-  static HWY_INLINE M mask(const T* table) { return hn::MaskFromVec(hn::Load(D(), table)); }
+  static HWY_INLINE M mask(const Bits* table) {
+    return hn::MaskFromVec(hn::BitCast(D(), hn::Load(hn::RebindToUnsigned<D>(), table)));
+  }
   static HWY_INLINE hn::Vec<D8> order(const uint8_t* table) { return hn::LoadDup128(D8(), table); }
 
   using BlockOrder = decltype(hn::SetTableIndices(D32(), static_cast<const uint32_t*>(nullptr)));

@@ -26,10 +26,13 @@ struct Channels {
   static constexpr int kPlanes = Layout::channels;
 
   HWY_INLINE void load(const T* const* at, V* v) const {
+#pragma GCC unroll 4
     for (int c = 0; c < kPlanes; ++c) v[c] = hn::LoadU(D(), at[c]);
   }
+  template <bool kStream>
   HWY_INLINE void store(const V* v, T* const* at) const {
-    for (int c = 0; c < kPlanes; ++c) hn::StoreU(v[c], D(), at[c]);
+#pragma GCC unroll 4
+    for (int c = 0; c < kPlanes; ++c) HWY_NAMESPACE::store<kStream>(D(), v[c], at[c]);
   }
 };
 
@@ -41,7 +44,10 @@ struct Channels<C3, D> {
 
   HWY_INLINE Channels() {}
   HWY_INLINE void load(const T* const* at, V* v) const { channels.load(at[0], v[0], v[1], v[2]); }
-  HWY_INLINE void store(const V* v, T* const* at) const { channels.store(v[0], v[1], v[2], at[0]); }
+  template <bool kStream>
+  HWY_INLINE void store(const V* v, T* const* at) const {
+    channels.template store<kStream>(v[0], v[1], v[2], at[0]);
+  }
 };
 
 template <class D>
@@ -52,6 +58,7 @@ struct Channels<C4, D> {
   HWY_INLINE void load(const T* const* at, V* v) const {
     hn::LoadInterleaved4(D(), at[0], v[0], v[1], v[2], v[3]);
   }
+  template <bool kStream>
   HWY_INLINE void store(const V* v, T* const* at) const {
     hn::StoreInterleaved4(v[0], v[1], v[2], v[3], D(), at[0]);
   }
@@ -63,6 +70,7 @@ struct Channels<AC4, D> : Channels<C4, D> {
   using T = hn::TFromD<D>;
   using V = hn::Vec<D>;
 
+  template <bool kStream>
   HWY_INLINE void store(const V* v, T* const* at) const {
     V old[4];
     Channels<C4, D>::load(at, old);
@@ -76,15 +84,17 @@ struct PixelOperation {
   Op op;
   Channels<From, Tag<T>> from;
   Channels<To, Tag<T>> to;
+  // Stores of four interleaved channels do not, and where alpha is kept, the line has been read.
+  static constexpr bool kStreams = kIsPlanar<To> || To::channels != 4;
 
   HWY_INLINE explicit PixelOperation(const Op& operation) : op(operation) {}
 
-  template <class D>
+  template <bool kStream = false, class D>
   HWY_INLINE void operator()(D d, const T* const* in, T* const* out) const {
     hn::Vec<D> v[HWY_MAX(From::channels, To::channels)];
     from.load(in, v);
     op(d, v);
-    to.store(v, out);
+    to.template store<kStream>(v, out);
   }
 };
 

@@ -1,4 +1,5 @@
-// Bytes mapped by a table: the way of every function of one byte that takes more than a few instructions.
+// Samples mapped by a table: the way of every function of one byte that takes more than a few instructions,
+// and of a function of one word that takes many.
 #pragma once
 
 #include "core/pixelwise.h"
@@ -6,7 +7,8 @@
 namespace zopi {
 
 struct LookupTable {
-  UnaryRow<Zop8u, const Zop8u*> bytes;  // the parameter is a table of 256
+  UnaryRow<Zop8u, const Zop8u*> bytes;    // the parameter is a table of 256
+  UnaryRow<Zop16u, const Zop16u*> words;  // the parameter is a table of 65536
 };
 
 // The rows for this machine.

@@ -23,6 +23,7 @@ namespace zopi {
 // Gates: whether a region is worth a team of threads. The tests are in 32 bits, as wide as the sizes.
 inline bool gate8u(ZopImageSize size) { return (size.height >> 2) + (size.width >> 4) > 20; }
 inline bool gate16s(ZopImageSize size) { return (size.height >> 2) + (size.width >> 3) > 20; }
+inline bool gateColour(ZopImageSize size) { return size.width * size.height > 4096; }
 
 // Regions that move this many bytes or more leave no cache line behind that a caller would find again, so
 // stores past the caches are cheaper (docs/architecture.md has the measurement).

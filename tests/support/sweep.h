@@ -21,6 +21,8 @@ struct View {
   unsigned char* plane[4] = {};
   int planes = 0, step = 0, samples = 0, sampleBytes = 0;
 
+  int channels() const { return planes > 0 ? planes : samples; }
+
   template <class T>
   T get(int x, int y, int c = 0) const {
     T value;
@@ -107,7 +109,7 @@ void conversion(const Call& call, const F& f) {
   const bool keepsAlpha = std::strcmp(call.function.sourceLayout, "AC4") == 0;
   for (int y = 0; y < call.size.height; ++y) {
     for (int x = 0; x < call.size.width; ++x) {
-      for (int c = 0; c < (keepsAlpha ? 3 : call.destination.samples); ++c) {
+      for (int c = 0; c < (keepsAlpha ? 3 : call.destination.channels()); ++c) {
         call.destination.set<T>(x, y, c, f(call.sources[0].get<S>(x, y, c)));
       }
     }
