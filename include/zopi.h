@@ -7,6 +7,7 @@
 #include "zopi/alpha.h"
 #include "zopi/arith.h"
 #include "zopi/border.h"
+#include "zopi/color.h"
 #include "zopi/compare.h"
 #include "zopi/convert.h"
 #include "zopi/core.h"

@@ -33,15 +33,28 @@ struct Channels {
   }
 };
 
+// Samples move as bits, whatever their type.
 template <class D>
 struct Channels<C3, D> {
+  using DU = hn::RebindToUnsigned<D>;
   using T = hn::TFromD<D>;
+  using U = hn::TFromD<DU>;
   using V = hn::Vec<D>;
-  ThreeChannels<D> channels;
+  ThreeChannels<DU> channels;
 
   HWY_INLINE Channels() {}
-  HWY_INLINE void load(const T* const* at, V* v) const { channels.load(at[0], v[0], v[1], v[2]); }
-  HWY_INLINE void store(const V* v, T* const* at) const { channels.store(v[0], v[1], v[2], at[0]); }
+  HWY_INLINE void load(const T* const* at, V* v) const {
+    hn::Vec<DU> a, b, c;
+    channels.load(reinterpret_cast<const U*>(at[0]), a, b, c);
+    v[0] = hn::BitCast(D(), a);
+    v[1] = hn::BitCast(D(), b);
+    v[2] = hn::BitCast(D(), c);
+  }
+  HWY_INLINE void store(const V* v, T* const* at) const {
+    const DU d;
+    channels.store(hn::BitCast(d, v[0]), hn::BitCast(d, v[1]), hn::BitCast(d, v[2]),
+                   reinterpret_cast<U*>(at[0]));
+  }
 };
 
 template <class D>
