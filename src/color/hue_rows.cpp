@@ -214,18 +214,19 @@ struct InDoubles {
   }
 };
 
-// Bytes to a hue: float lanes are exact enough for all of them. The hue is the same for HSV and HLS, whatever
-// the order of ties.
+// Of bytes, single precision gives the same: docs/numerics.md has the proof. From one sector of the circle to
+// the next, hue is the number of the sector and the part of it that is behind.
 template <class Cut>
 struct HueAndSaturation {
   template <class D, class V>
   HWY_INLINE void operator()(D d, V* v) const {
-    const auto delta = v[0], whole = v[1], more = v[2], less = v[3], origin = v[4];
-    const auto cut = hn::Set(d, Cut::kToFloat);
+    const auto sector = v[0], behind = v[1], delta = v[2], whole = v[3];
+    const auto sixth = hn::Set(d, 42.5f), full = hn::Set(d, 255), cut = hn::Set(d, Cut::kToFloat);
     const auto inverse = hn::Div(hn::Set(d, 1), hn::Mul(delta, whole));
-    const auto sixth = hn::Mul(hn::Mul(hn::Sub(more, less), hn::Set(d, 42.5f)), whole);
-    v[0] = hn::Add(hn::Mul(sixth, inverse), hn::Add(origin, cut));
-    v[1] = hn::Add(hn::Mul(hn::Mul(hn::Mul(delta, hn::Set(d, 255)), delta), inverse), cut);
+    const auto scaledByDelta = hn::Mul(hn::Mul(whole, inverse), sixth);
+    const auto scaledByWhole = hn::Mul(hn::Mul(delta, inverse), full);
+    v[0] = hn::MulAdd(behind, scaledByDelta, hn::MulAdd(sector, sixth, cut));
+    v[1] = hn::MulAdd(delta, scaledByWhole, cut);
   }
 };
 
@@ -234,23 +235,30 @@ struct BytesToHue {
   template <class D, class V>
   HWY_INLINE void operator()(D d, V* v) const {
     const V r = v[0], g = v[1], b = v[2], one = hn::Set(d, 1);
-    const V max = hn::Max(hn::Max(r, g), b), min = hn::Min(hn::Min(r, g), b), delta = hn::Sub(max, min);
-    const auto isRed = hn::Eq(r, max), isGreen = hn::Eq(g, max);
-    const V origin = hn::IfThenElse(isRed, hn::VecFromMask(d, hn::Lt(g, b)),
-                                    hn::IfThenElse(isGreen, hn::Set(d, 85), hn::Set(d, 170)));
-    // The longest way to black or white, of which delta is the part gone.
+    const V high = hn::Max(r, g), low = hn::Min(r, g);
+    const V max = hn::Max(high, b), min = hn::Min(low, b), middle = hn::Max(low, hn::Min(high, b));
+    const V delta = hn::Sub(max, min);
+    const auto isGray = hn::Eq(delta, hn::Zero(d));
+
+    const auto either = [&](auto mask, uint8_t yes, uint8_t no)
+                            HWY_ATTR { return hn::IfThenElse(mask, hn::Set(d, yes), hn::Set(d, no)); };
+    const V sector = hn::IfThenElse(
+        hn::Eq(r, max), either(hn::Lt(g, b), 5, 0),
+        hn::IfThenElse(hn::Eq(g, max), either(hn::Lt(b, r), 1, 2), either(hn::Lt(r, g), 3, 4)));
+    const auto isRising = hn::Eq(hn::And(sector, one), hn::Zero(d));
+    const V behind = hn::IfThenElse(isRising, hn::Sub(middle, min), hn::Sub(max, middle));
+
+    // The whole way from gray to the purest colour, of which delta is the part gone.
     const V whole =
         kIsHls ? hn::Min(hn::SaturatedAdd(max, min), hn::SaturatedAdd(hn::Not(max), hn::Not(min))) : max;
-    V parts[] = {hn::Max(delta, one), hn::Max(whole, one),
-                 hn::IfThenElse(isRed, g, hn::IfThenElse(isGreen, b, r)),
-                 hn::IfThenElse(isRed, b, hn::IfThenElse(isGreen, r, g)), origin};
-    inParts<float, 5, 2>(d, HueAndSaturation<Cut>(), parts);
-    const V saturation = hn::IfThenZeroElse(hn::Eq(delta, hn::Zero(d)), parts[1]);
+    V parts[] = {sector, behind, hn::Max(delta, one), hn::Max(whole, one)};
+    inParts<float, 4, 2>(d, HueAndSaturation<Cut>(), parts);
+    const V saturation = hn::IfThenZeroElse(isGray, parts[1]);
     v[0] = parts[0];
     if constexpr (kIsHls) {
-      const V rounded = hn::AverageRound(max, min);
-      v[1] = std::is_same_v<Cut, LowCut> ? hn::SaturatedSub(rounded, one)
-                                         : hn::Sub(rounded, hn::And(hn::Xor(max, min), one));
+      const V half = hn::AverageRound(max, min);
+      v[1] = std::is_same_v<Cut, LowCut> ? hn::SaturatedSub(half, one)
+                                         : hn::Sub(half, hn::And(hn::Xor(max, min), one));
       v[2] = saturation;
     } else {
       v[1] = saturation;
