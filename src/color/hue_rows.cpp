@@ -23,13 +23,15 @@ constexpr double k1By255 = 0x1.010102p-8f, k1By65535 = 0x1.0001p-16f;
 // What is added to a result before it is truncated. The low cut is a hair below one half and takes whole
 // numbers to the one below them.
 struct LowCut {
-  static constexpr double kToDouble = -0.499999f;
-  static constexpr float kToFloat = -0.499f;
+  static constexpr double kAdded = -0.499999f;
 };
 struct ExactCut {
-  static constexpr double kToDouble = 1e-7;
-  static constexpr float kToFloat = 1e-3f;
+  static constexpr double kAdded = 1e-7;
 };
+template <class Cut, class D, class V>
+HWY_INLINE V cut(D d, V number) {
+  return hn::Trunc(hn::Add(number, hn::Set(d, Cut::kAdded)));
+}
 
 // How numbers stand for samples: a sample is a number times kFull, and a number a sample times kUnit.
 template <class T>
@@ -51,11 +53,10 @@ HWY_INLINE V numberOf(D d, V sample) {
   else
     return sample;
 }
-// Not yet truncated.
 template <class S, class Cut, class D, class V>
 HWY_INLINE V sampleOf(D d, V number) {
   if constexpr (S::kIsWhole)
-    return hn::Add(hn::Mul(number, hn::Set(d, S::kFull)), hn::Set(d, Cut::kToDouble));
+    return cut<Cut>(d, hn::Mul(number, hn::Set(d, S::kFull)));
   else
     return number;
 }
@@ -88,7 +89,7 @@ struct RgbToHls {
     v[0] = hn::IfThenElseZero(isColour, degrees);
     if constexpr (S::kIsWhole) v[0] = hn::Mul(v[0], hn::Set(d, S::kFull));
     v[0] = hn::Mul(v[0], hn::Set(d, k1By360));
-    if constexpr (S::kIsWhole) v[0] = hn::Add(v[0], hn::Set(d, Cut::kToDouble));
+    if constexpr (S::kIsWhole) v[0] = cut<Cut>(d, v[0]);
     v[1] = sampleOf<S, Cut>(d, lightness);
     v[2] = sampleOf<S, Cut>(d, hn::IfThenElseZero(isColour, saturation));
   }
@@ -141,14 +142,14 @@ struct RgbToHsv {
     const auto blue = hn::Add(hn::Sub(hn::Set(d, 4), r), g), green = hn::Sub(hn::Add(hn::Set(d, 2), r), b);
     const auto sixths =
         hn::IfThenElse(hn::Eq(v[2], max), blue, hn::IfThenElse(hn::Eq(v[1], max), green, hn::Sub(b, g)));
-    const auto full = hn::Set(d, S::kFull), cut = hn::Set(d, Cut::kToDouble);
+    const auto full = hn::Set(d, S::kFull);
     auto hue = hn::Mul(sixths, hn::Set(d, S::kFull / 6));
     hue = hn::IfThenElse(hn::Lt(hue, hn::Zero(d)), hn::Add(hue, full), hue);
 
     // Black is gray, too.
     const auto isGray = hn::Eq(delta, hn::Zero(d));
-    v[0] = hn::Add(hn::IfThenZeroElse(isGray, hue), cut);
-    v[1] = hn::Add(hn::IfThenZeroElse(isGray, hn::Mul(hn::Div(delta, max), full)), cut);
+    v[0] = cut<Cut>(d, hn::IfThenZeroElse(isGray, hue));
+    v[1] = cut<Cut>(d, hn::IfThenZeroElse(isGray, hn::Mul(hn::Div(delta, max), full)));
     v[2] = max;
   }
 };
@@ -159,15 +160,15 @@ template <class S, class Cut>
 struct HsvToLeastAndMiddle {
   template <class D, class V>
   HWY_INLINE void operator()(D d, V* v) const {
-    const auto one = hn::Set(d, 1), cut = hn::Set(d, Cut::kToDouble), half = hn::Set(d, 0.5);
+    const auto one = hn::Set(d, 1), half = hn::Set(d, 0.5);
     const auto hue =
         hn::Mul(hn::Mul(hn::Mul(v[0], hn::Set(d, 360)), hn::Set(d, S::kUnit)), hn::Set(d, k1By60));
     const auto sector = hn::Floor(hue), fraction = hn::Sub(hue, sector), pairs = hn::Mul(sector, half);
     const auto isRising = hn::Eq(hn::Floor(pairs), pairs);
     const auto part = hn::IfThenElse(isRising, hn::Sub(one, fraction), fraction);
     const auto saturation = hn::Mul(hn::Set(d, S::kUnit), v[1]), value = v[2];
-    v[0] = hn::Add(hn::Mul(hn::Sub(one, saturation), value), cut);
-    v[1] = hn::Add(hn::Mul(hn::Sub(one, hn::Mul(saturation, part)), value), cut);
+    v[0] = cut<Cut>(d, hn::Mul(hn::Sub(one, saturation), value));
+    v[1] = cut<Cut>(d, hn::Mul(hn::Sub(one, hn::Mul(saturation, part)), value));
   }
 };
 
@@ -216,17 +217,21 @@ struct InDoubles {
 
 // Of bytes, single precision gives the same: docs/numerics.md has the proof. From one sector of the circle to
 // the next, hue is the number of the sector and the part of it that is behind.
+//
+// Cut at the low cut, a number is the one above the sample, or 0, when it is rounded to nearest with a bit
+// more than its halves up.
 template <class Cut>
 struct HueAndSaturation {
   template <class D, class V>
   HWY_INLINE void operator()(D d, V* v) const {
     const auto sector = v[0], behind = v[1], delta = v[2], whole = v[3];
-    const auto sixth = hn::Set(d, 42.5f), full = hn::Set(d, 255), cut = hn::Set(d, Cut::kToFloat);
+    const auto sixth = hn::Set(d, 42.5f), full = hn::Set(d, 255);
+    const auto added = hn::Set(d, std::is_same_v<Cut, LowCut> ? 0.001f : -0.499f);
     const auto inverse = hn::Div(hn::Set(d, 1), hn::Mul(delta, whole));
     const auto scaledByDelta = hn::Mul(hn::Mul(whole, inverse), sixth);
     const auto scaledByWhole = hn::Mul(hn::Mul(delta, inverse), full);
-    v[0] = hn::MulAdd(behind, scaledByDelta, hn::MulAdd(sector, sixth, cut));
-    v[1] = hn::MulAdd(delta, scaledByWhole, cut);
+    v[0] = hn::MulAdd(behind, scaledByDelta, hn::MulAdd(sector, sixth, added));
+    v[1] = hn::MulAdd(delta, scaledByWhole, added);
   }
 };
 
@@ -253,12 +258,13 @@ struct BytesToHue {
         kIsHls ? hn::Min(hn::SaturatedAdd(max, min), hn::SaturatedAdd(hn::Not(max), hn::Not(min))) : max;
     V parts[] = {sector, behind, hn::Max(delta, one), hn::Max(whole, one)};
     inParts<float, 4, 2>(d, HueAndSaturation<Cut>(), parts);
-    const V saturation = hn::IfThenZeroElse(isGray, parts[1]);
-    v[0] = parts[0];
+    constexpr bool kIsLow = std::is_same_v<Cut, LowCut>;
+    const auto below = [&](V sample) HWY_ATTR { return kIsLow ? hn::SaturatedSub(sample, one) : sample; };
+    const V saturation = hn::IfThenZeroElse(isGray, below(parts[1]));
+    v[0] = below(parts[0]);
     if constexpr (kIsHls) {
       const V half = hn::AverageRound(max, min);
-      v[1] = std::is_same_v<Cut, LowCut> ? hn::SaturatedSub(half, one)
-                                         : hn::Sub(half, hn::And(hn::Xor(max, min), one));
+      v[1] = kIsLow ? below(half) : hn::Sub(half, hn::And(hn::Xor(max, min), one));
       v[2] = saturation;
     } else {
       v[1] = saturation;

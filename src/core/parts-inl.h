@@ -49,7 +49,7 @@ HWY_INLINE hn::Vec<D> wholeAsReal(D d, W words) {
 }
 
 // Goes through vectors of unsigned integers in parts: `op(dr, r)` gets kIn vectors of numbers and leaves kOut
-// in their places, which are truncated toward zero and must then be samples. A part is what stands at one
+// in their places, which are rounded to nearest and must then be samples. A part is what stands at one
 // place in each Real-wide word: no sample leaves its word.
 template <class Real, int kOut, class D, class Op, std::size_t... I, std::size_t... O>
 HWY_INLINE void inPartsOfWords(D d, const Op& op, hn::Vec<D>* v, std::index_sequence<I...>,
@@ -65,8 +65,8 @@ HWY_INLINE void inPartsOfWords(D d, const Op& op, hn::Vec<D>* v, std::index_sequ
     const auto order = hn::LoadDup128(d8, places);
     hn::Vec<decltype(dr)> r[] = {wholeAsReal(dr, hn::BitCast(dw, hn::TableLookupBytesOr0(in[I], order)))...};
     op(dr, r);
-    ((out[O] = hn::Or(hn::ShiftRight<kBits>(out[O]),
-                      hn::ShiftLeft<kWordBits - kBits>(wholeInLowBits(dr, hn::Trunc(r[O]))))),
+    ((out[O] =
+          hn::Or(hn::ShiftRight<kBits>(out[O]), hn::ShiftLeft<kWordBits - kBits>(wholeInLowBits(dr, r[O])))),
      ...);
   }
   ((v[O] = hn::BitCast(d, out[O])), ...);
