@@ -271,7 +271,7 @@ void compare(const std::vector<Pixel<T>>& pixels, Conversion<T> expected,
 
 // Every hue, and so every bound of a sector, with saturations and values that are few and far between.
 TEST(HueExhaustive, AllHuesOf16Bits) {
-  const int levels[] = {0, 1, 12345, 32767, 32768, 65534, 65535};
+  const int levels[] = {0, 1, 12345, 32768, 65535};
   for (const int second : levels) {
     for (const int third : levels) {
       std::vector<Pixel<Zop16u>> pixels;

@@ -172,6 +172,25 @@ struct HsvToLeastAndMiddle {
   }
 };
 
+// What the least and the middle channel of bytes fall short of the value by, rounded to nearest. The part
+// that the middle falls short by is counted in 85ths. What the reciprocals of the definition are above the
+// true ones adds less than four steps of 1/21675, but moves results across the cut: docs/numerics.md has the
+// sums.
+struct BytesBelowValue {
+  template <class D, class V>
+  HWY_INLINE void operator()(D d, V* v) const {
+    constexpr double kExcess = k1By255 * 255 - 1, kExcessOfHue = k1By255 * 360 * k1By60 * 42.5 - 1;
+    const auto number = [&](double x) HWY_ATTR { return hn::Set(d, static_cast<float>(x)); };
+    const auto product = hn::Mul(v[0], v[1]), part = v[2], start = v[3];
+    const auto most = hn::Mul(product, part);
+    const auto startExcess = hn::MulAdd(start, number(85 * kExcessOfHue), number(-5 * 85 * kExcessOfHue));
+    const auto excess = hn::MulAdd(most, number(kExcess + kExcessOfHue),
+                                   hn::MulAdd(product, startExcess, number(-21675 * LowCut::kAdded - 10837)));
+    v[0] = hn::Mul(product, number(1.0 / 255));
+    v[1] = hn::Mul(hn::Add(most, hn::Floor(excess)), number(1.0 / 21675));
+  }
+};
+
 template <class T>
 struct HsvToRgb {
   template <class D, class V>
@@ -179,15 +198,36 @@ struct HsvToRgb {
     constexpr T kFull = static_cast<T>(~T{0});
     const V hue = hn::IfThenZeroElse(hn::Eq(v[0], hn::Set(d, kFull)), v[0]);
     const V value = hn::SaturatedSub(v[2], hn::Set(d, 1));
-    V parts[] = {hue, v[1], v[2]};
-    inParts<double, 3, 2>(d, HsvToLeastAndMiddle<Scale<T>, LowCut>(), parts);
-    const V least = parts[0], middle = parts[1];
     // The first hues of the sectors.
     const auto below = [&](int sector) HWY_ATTR {
       return hn::Lt(hue, hn::Set(d, static_cast<T>((sector * kFull + 5) / 6)));
     };
     const auto in01 = below(2), in012 = below(3);
     const auto in0 = below(1), in0123 = below(4), in01234 = below(5);
+    V least, middle;
+    if constexpr (sizeof(T) == 1) {
+      const auto set = [&](T x) HWY_ATTR { return hn::Set(d, x); };
+      // Where the middle rises, sector i lacks 85 (i + 1) - 2 hue, where it falls 2 hue - 85 i. What is taken
+      // from or added to twice the hue is 85 times -(i + 1), or i: counted from -5.
+      const V start = hn::IfThenElse(
+          in0, set(4),
+          hn::IfThenElse(
+              in01, set(6),
+              hn::IfThenElse(in012, set(2),
+                             hn::IfThenElse(in0123, set(8), hn::IfThenElse(in01234, set(0), set(10))))));
+      const V bound = hn::IfThenElse(in01, set(85), hn::IfThenElse(in0123, set(255), set(169)));
+      const V twice = hn::Add(hue, hue);
+      const V part = hn::IfThenElse(hn::Lt(start, set(5)), hn::Sub(bound, twice), hn::Sub(twice, bound));
+      V parts[] = {v[1], v[2], part, start};
+      inParts<float, 4, 2>(d, BytesBelowValue(), parts);
+      least = hn::SaturatedSub(value, parts[0]);
+      middle = hn::SaturatedSub(value, parts[1]);
+    } else {
+      V parts[] = {hue, v[1], v[2]};
+      inParts<double, 3, 2>(d, HsvToLeastAndMiddle<Scale<T>, LowCut>(), parts);
+      least = parts[0];
+      middle = parts[1];
+    }
     v[0] = hn::IfThenElse(
         in0, value,
         hn::IfThenElse(in01, middle, hn::IfThenElse(in0123, least, hn::IfThenElse(in01234, middle, value))));
