@@ -236,6 +236,26 @@ Image stretched(const Image& picture) {
   return tile;
 }
 
+// The hue of every pixel, as pure as it gets. Grays have none, and show as red.
+Image pureHues(const Image& picture) {
+  const Zop8u keepHue[3] = {255, 0, 0}, full[3] = {0, 255, 255};
+  Image tile = newColourImage(picture.size);
+  check(zopiRGBToHSV_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size));
+  check(zopiAndC_8u_C3IR(keepHue, tile.data(), tile.step, tile.size));
+  check(zopiOrC_8u_C3IR(full, tile.data(), tile.step, tile.size));
+  check(zopiHSVToRGB_8u_C3R(tile.data(), tile.step, tile.data(), tile.step, tile.size));
+  return tile;
+}
+
+Image saturated(const Image& picture) {
+  const Zop8u more[3] = {2, 2, 5};  // in halves
+  Image tile = newColourImage(picture.size);
+  check(zopiRGBToHLS_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size));
+  check(zopiMulC_8u_C3IRSfs(more, tile.data(), tile.step, tile.size, 1));
+  check(zopiHLSToRGB_8u_C3R(tile.data(), tile.step, tile.data(), tile.step, tile.size));
+  return tile;
+}
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -259,6 +279,8 @@ constexpr Tile kTiles[] = {
     {"Contrast stretched", "zopiScale_8u32f_C3R, zopiScale_32f8u_C3R", stretched},
     {"The middle, its edges repeated", "zopiCopyReplicateBorder_8u_C3R", inItsOwnBorder},
     {"Mirrored, channels in turn", "zopiMirror_8u_C3R, zopiSwapChannels_8u_C3IR", turnedOverInOtherColours},
+    {"Hues at their purest", "zopiRGBToHSV_8u_C3R, zopiHSVToRGB_8u_C3R", pureHues},
+    {"Saturation times 2.5", "zopiRGBToHLS_8u_C3R, zopiHLSToRGB_8u_C3R", saturated},
 };
 
 }  // namespace
