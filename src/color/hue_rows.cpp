@@ -236,13 +236,26 @@ struct HsvToRgb {
   }
 };
 
+// An operation on bytes is so long that a call costs little beside it: compiled once for several layouts.
+template <class Op, class D, class V>
+HWY_NOINLINE void call(D d, V* v) {
+  Op()(d, v);
+}
+template <class Op>
+struct Called {
+  template <class D, class V>
+  HWY_INLINE void operator()(D d, V* v) const {
+    call<Op>(d, v);
+  }
+};
+
 // A definition on samples of any type. Signed ones are counted from the lowest.
-template <class T, class Op>
+template <class T, class Definition>
 struct InDoubles {
   template <class D, class V>
   HWY_INLINE void operator()(D d, V* v) const {
     flip(d, v);
-    inParts<double, 3>(d, Op(), v);
+    inParts<double, 3>(d, Definition(), v);
     flip(d, v);
   }
 
@@ -356,16 +369,17 @@ constexpr PlanarHueRows planar() {
 }
 
 constexpr HueTable kTable = {
-    {{interleaved<BytesToHue<true, LowCut>, Zop8u>(), hlsToRgb<Zop8u>(),
+    {{interleaved<BytesToHue<true, LowCut>, Zop8u>(),
+      interleaved<Called<InDoubles<Zop8u, HlsToRgb<Scale<Zop8u>, LowCut>>>, Zop8u>(),
       interleaved<BytesToHue<false, LowCut>, Zop8u>(), interleaved<HsvToRgb<Zop8u>, Zop8u>()},
      {rgbToHls<Zop16u>(), hlsToRgb<Zop16u>(),
       interleaved<InDoubles<Zop16u, RgbToHsv<Scale<Zop16u>, LowCut>>, Zop16u>(),
       interleaved<HsvToRgb<Zop16u>, Zop16u>()},
      {rgbToHls<Zop16s>(), hlsToRgb<Zop16s>(), {}, {}},
      {rgbToHls<Zop32f>(), hlsToRgb<Zop32f>(), {}, {}}},
-    pixelRows<FromBgr<BytesToHue<true, LowCut>>, AC4, AC4, Zop8u>,
-    planar<FromBgr<BytesToHue<true, ExactCut>>>(),
-    planar<ToBgr<InDoubles<Zop8u, HlsToRgb<Scale<Zop8u>, ExactCut>>>>(),
+    pixelRows<FromBgr<Called<BytesToHue<true, LowCut>>>, AC4, AC4, Zop8u>,
+    planar<FromBgr<Called<BytesToHue<true, ExactCut>>>>(),
+    planar<ToBgr<Called<InDoubles<Zop8u, HlsToRgb<Scale<Zop8u>, ExactCut>>>>>(),
 };
 
 }  // namespace
