@@ -1,7 +1,5 @@
 #include "color/hue_rows.h"
 
-#include <bit>
-
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "color/hue_rows.cpp"
 #include "hwy/foreach_target.h"
@@ -174,7 +172,7 @@ struct HsvToLeastAndMiddle {
 
 // What the least and the middle channel of bytes fall short of the value by, rounded to nearest. The part
 // that the middle falls short by is counted in 85ths. What the reciprocals of the definition are above the
-// true ones adds less than four steps of 1/21675, but moves results across the cut: docs/numerics.md has the
+// true ones adds less than five steps of 1/21675, but moves results across the cut: docs/numerics.md has the
 // sums.
 struct BytesBelowValue {
   template <class D, class V>
