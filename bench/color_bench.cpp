@@ -100,8 +100,26 @@ void addGammaTwistsAndGray() {
   addMap("zopiRGBToGray_32f_C3C1R", 3, 1, zopiRGBToGray_32f_C3C1R);
 }
 
+void addHues() {
+  addMap("zopiRGBToHSV_8u_C3R", 3, 3, zopiRGBToHSV_8u_C3R);
+  addMap("zopiRGBToHSV_8u_AC4R", 4, 4, zopiRGBToHSV_8u_AC4R);
+  addMap("zopiRGBToHSV_16u_C3R", 3, 3, zopiRGBToHSV_16u_C3R);
+  addMap("zopiHSVToRGB_8u_C3R", 3, 3, zopiHSVToRGB_8u_C3R);
+  addMap("zopiHSVToRGB_16u_C3R", 3, 3, zopiHSVToRGB_16u_C3R);
+  addMap("zopiRGBToHLS_8u_C3R", 3, 3, zopiRGBToHLS_8u_C3R);
+  addMap("zopiRGBToHLS_16u_C3R", 3, 3, zopiRGBToHLS_16u_C3R);
+  addMap("zopiRGBToHLS_32f_C3R", 3, 3, zopiRGBToHLS_32f_C3R);
+  addMap("zopiHLSToRGB_8u_C3R", 3, 3, zopiHLSToRGB_8u_C3R);
+  addMap("zopiHLSToRGB_32f_C3R", 3, 3, zopiHLSToRGB_32f_C3R);
+  bench::add("zopiBGRToHLS_8u_C3P3R", {3}, {1, 1, 1}, [](const Frame& f) {
+    Zop8u* const to[3] = {f.destination(0), f.destination(1), f.destination(2)};
+    zopiBGRToHLS_8u_C3P3R(f.source(0), f.sourceStep(0), to, f.destinationStep(), f.size);
+  });
+}
+
 const bool registered = [] {
   addLumaChroma();
+  addHues();
   addGammaTwistsAndGray();
   return true;
 }();

@@ -297,6 +297,23 @@ Image gray(const Image& picture) {
   Image tile = newColourImage(picture.size);
   for (int c = 0; c < 3; ++c)
     check(zopiCopy_8u_C1C3R(luma.data(), luma.step, tile.data() + c, tile.step, tile.size));
+// The hue of every pixel, as pure as it gets. Grays have none, and show as red.
+Image pureHues(const Image& picture) {
+  const Zop8u keepHue[3] = {255, 0, 0}, full[3] = {0, 255, 255};
+  Image tile = newColourImage(picture.size);
+  check(zopiRGBToHSV_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size));
+  check(zopiAndC_8u_C3IR(keepHue, tile.data(), tile.step, tile.size));
+  check(zopiOrC_8u_C3IR(full, tile.data(), tile.step, tile.size));
+  check(zopiHSVToRGB_8u_C3R(tile.data(), tile.step, tile.data(), tile.step, tile.size));
+  return tile;
+}
+
+Image saturated(const Image& picture) {
+  const Zop8u more[3] = {2, 2, 5};  // in halves
+  Image tile = newColourImage(picture.size);
+  check(zopiRGBToHLS_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size));
+  check(zopiMulC_8u_C3IRSfs(more, tile.data(), tile.step, tile.size, 1));
+  check(zopiHLSToRGB_8u_C3R(tile.data(), tile.step, tile.data(), tile.step, tile.size));
   return tile;
 }
 
@@ -329,6 +346,8 @@ constexpr Tile kTiles[] = {
     {"In linear light", "zopiGammaInv_8u_C3R", linearLight},
     {"Sepia", "zopiColorTwist32f_8u_C3R", sepia},
     {"Gray", "zopiRGBToGray_8u_C3C1R, zopiCopy_8u_C1C3R", gray},
+    {"Hues at their purest", "zopiRGBToHSV_8u_C3R, zopiHSVToRGB_8u_C3R", pureHues},
+    {"Saturation times 2.5", "zopiRGBToHLS_8u_C3R, zopiHLSToRGB_8u_C3R", saturated},
 };
 
 }  // namespace

@@ -876,6 +876,288 @@ ZOPI_API ZopStatus zopiColorToGray_32f_AC4C1R(const Zop32f* pSrc, int srcStep, Z
     ZopImageSize roiSize, const Zop32f coeffs[3]);
 /// @}
 
+/// @name RGB to HSV
+///
+/// Hue, saturation and value of red, green and blue, in this order. Value is the largest of the three;
+/// saturation is (largest - least) / largest; hue is the place on the circle, with red at 0, green at one
+/// third and blue at two thirds, and 0 for gray. 0 to full scale, 255 or 65535, stands for 0 to 1 and for 0
+/// to 360 degrees.
+///
+/// Hue and saturation are computed in double precision, less 0.499999, and truncated: a value that is whole
+/// becomes the sample below it, and full scale is never reached. Value is stored as it is. With d = largest -
+/// least, hue in sixths of the circle is 4 - (largest - R) / d + (largest - G) / d where blue is largest,
+/// else 2 + (largest - R) / d - (largest - B) / d where green is, else (largest - B) / d - (largest - G) / d,
+/// plus 6 if negative. (The hexcone model of Smith, Color Gamut Transform Pairs, 1978.)
+///
+/// The destination may be the source.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiRGBToHSV_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiRGBToHSV_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiRGBToHSV_16u_C3R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiRGBToHSV_16u_AC4R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name HSV to RGB
+///
+/// Red, green and blue of hue, saturation and value, in this order. 0 to full scale, 255 or 65535, stands for
+/// 0 to 1 and for 0 to 360 degrees; a hue of full scale is that of 0.
+///
+/// With i the sector, the whole part of six times the hue, and f the rest: the largest channel is V, the
+/// least V (1 - S), and the middle one V (1 - S (1 - f)) for even i, V (1 - S f) for odd. All are computed in
+/// double precision from reciprocals in single precision, less 0.499999, and truncated: a gray of 100 becomes
+/// 99.
+///
+/// The destination may be the source.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiHSVToRGB_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiHSVToRGB_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiHSVToRGB_16u_C3R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiHSVToRGB_16u_AC4R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name RGB to HLS
+///
+/// Hue, lightness and saturation of red, green and blue, in this order. 0 to full scale, 255 or 65535, stands
+/// for 0 to 1 and for 0 to 360 degrees; `16s` samples count from -32768, and `32f` samples are numbers, of
+/// which 1.0 is full scale, for hues too.
+///
+/// Lightness L is half the sum of the largest and the least; saturation is their difference d over their sum,
+/// or over 2 - sum where L is above 0.5; hue is the place on the circle, 60 (G - B) / d degrees where red is
+/// largest, else 60 (B - R) / d + 120 where green is, else 60 (R - G) / d + 240, plus 360 if negative. Gray
+/// has hue and saturation 0; so have `32f` pixels whose d is not above 2^-23. (After Joblove and Greenberg,
+/// Color Spaces for Computer Graphics, 1978.)
+///
+/// All is computed in double precision. Integer results, less 0.499999, are truncated: a value that is whole
+/// becomes the sample below it, and full scale is never reached.
+///
+/// The destination may be the source.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiRGBToHLS_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiRGBToHLS_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiRGBToHLS_16u_C3R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiRGBToHLS_16u_AC4R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiRGBToHLS_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiRGBToHLS_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiRGBToHLS_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiRGBToHLS_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name HLS to RGB
+///
+/// Red, green and blue of hue, lightness and saturation, in this order, with the units of `zopiRGBToHLS`.
+///
+/// With m2 = L (1 + S), or L + S - L S where L is above 0.5, and m1 = 2 L - m2, a channel is m1 + (m2 - m1) h
+/// / 60 for h below 60, m2 below 180, m1 + (m2 - m1) (240 - h) / 60 below 240, else m1, where h is the hue in
+/// degrees for green, 120 degrees more for red, 120 less for blue. Without saturation all are L.
+///
+/// All is computed in double precision. Integer results, less 0.499999, are truncated: a gray of 100 becomes
+/// 99.
+///
+/// The destination may be the source.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiHLSToRGB_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiHLSToRGB_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiHLSToRGB_16u_C3R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiHLSToRGB_16u_AC4R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiHLSToRGB_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiHLSToRGB_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiHLSToRGB_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiHLSToRGB_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name BGR to HLS, keeping alpha
+///
+/// The same as `zopiRGBToHLS` for pixels of blue, green, red and alpha.
+///
+/// The destination may be the source.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiBGRToHLS_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// @}
+
+/// @name BGR to HLS in planes
+///
+/// The same as `zopiRGBToHLS` from blue, green and red, but results are truncated as they are, plus 1e-7: a
+/// value that is whole is kept. A fourth plane or sample is alpha, and is copied.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixels of the planes of the destination region, and the distance in bytes from
+///   one of its rows to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadStep (-14) if a step is below 1, @ref zopStatusBadSize (-6) if a width or height is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, three channels to three planes.
+ZOPI_API ZopStatus zopiBGRToHLS_8u_C3P3R(const Zop8u* pSrc, int srcStep, Zop8u* const pDst[3], int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three planes to three channels.
+ZOPI_API ZopStatus zopiBGRToHLS_8u_P3C3R(const Zop8u* const pSrc[3], int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three planes.
+ZOPI_API ZopStatus zopiBGRToHLS_8u_P3R(const Zop8u* const pSrc[3], int srcStep, Zop8u* const pDst[3],
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha to four planes.
+ZOPI_API ZopStatus zopiBGRToHLS_8u_AC4P4R(const Zop8u* pSrc, int srcStep, Zop8u* const pDst[4],
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, four planes, the last is alpha to four channels.
+ZOPI_API ZopStatus zopiBGRToHLS_8u_AP4C4R(const Zop8u* const pSrc[4], int srcStep, Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, four planes, the last is alpha.
+ZOPI_API ZopStatus zopiBGRToHLS_8u_AP4R(const Zop8u* const pSrc[4], int srcStep, Zop8u* const pDst[4],
+    int dstStep, ZopImageSize roiSize);
+/// @}
+
+/// @name HLS to BGR in planes
+///
+/// The same as `zopiHLSToRGB` to blue, green and red, but results are truncated as they are, plus 1e-7: a
+/// gray of 100 stays 100. A fourth plane or sample is alpha, and is copied.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixels of the planes of the destination region, and the distance in bytes from
+///   one of its rows to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadStep (-14) if a step is below 1, @ref zopStatusBadSize (-6) if a width or height is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, three channels to three planes.
+ZOPI_API ZopStatus zopiHLSToBGR_8u_C3P3R(const Zop8u* pSrc, int srcStep, Zop8u* const pDst[3], int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three planes to three channels.
+ZOPI_API ZopStatus zopiHLSToBGR_8u_P3C3R(const Zop8u* const pSrc[3], int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three planes.
+ZOPI_API ZopStatus zopiHLSToBGR_8u_P3R(const Zop8u* const pSrc[3], int srcStep, Zop8u* const pDst[3],
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha to four planes.
+ZOPI_API ZopStatus zopiHLSToBGR_8u_AC4P4R(const Zop8u* pSrc, int srcStep, Zop8u* const pDst[4],
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, four planes, the last is alpha to four channels.
+ZOPI_API ZopStatus zopiHLSToBGR_8u_AP4C4R(const Zop8u* const pSrc[4], int srcStep, Zop8u* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, four planes, the last is alpha.
+ZOPI_API ZopStatus zopiHLSToBGR_8u_AP4R(const Zop8u* const pSrc[4], int srcStep, Zop8u* const pDst[4],
+    int dstStep, ZopImageSize roiSize);
+/// @}
+
 #ifdef __cplusplus
 }
 #endif
