@@ -36,6 +36,12 @@ struct Pixels {
   HWY_INLINE void seek(std::ptrdiff_t by, std::integer_sequence<int, C...>) {
     ((at[C] += by * samples[C]), ...);  // a loop would keep the addresses out of registers
   }
+  // Of pixels that others follow, none lacks anything.
+  HWY_INLINE Pixels followed() const {
+    Pixels pixels = *this;
+    pixels.lacking = 0;
+    return pixels;
+  }
   HWY_INLINE std::size_t bytes(int c, std::ptrdiff_t pixels) const {
     return static_cast<std::size_t>(pixels * samples[c] - lacking) * sizeof(T);
   }
@@ -129,7 +135,7 @@ HWY_INLINE void mapPixels(Move move, Pixels<const S, kIn> in, Pixels<T, kOut> ou
       if (Move::kStreams && pixels.stream && n >= 2 * N) {
         const std::ptrdiff_t head = alignedPixel(out, streamedImages<Move, kOut>(), N);
         if (head < N) {
-          if (head > 0) move(d, in.at, out.at);
+          if (head > 0) movePart(move, in.followed(), out.followed(), head);
           advance(head);
           while (left >= N) {
             move.template operator()<true>(d, in.at, out.at);
@@ -138,17 +144,13 @@ HWY_INLINE void mapPixels(Move move, Pixels<const S, kIn> in, Pixels<T, kOut> ou
         }
       }
     }
-    while (left - (n - direct) >= N) {
+    // One place for whole and overlapping steps: a move is long.
+    while (left - (n - direct) >= N || (mayOverlap && left > 0)) {
+      if (HWY_UNLIKELY(left < N)) advance(left - N);
       move(d, in.at, out.at);
       advance(N);
     }
-    if (left == 0) continue;
-    if (mayOverlap) {
-      advance(left - N);
-      move(d, in.at, out.at);
-    } else {
-      movePart(move, in, out, left);
-    }
+    if (left > 0) movePart(move, in, out, left);
   }
   if (pixels.stream) hwy::FlushStream();
 }
