@@ -108,6 +108,10 @@ const std::vector<OwnCheck> kOwnChecks = {
      [](const Argument&) {
        return std::vector<Value>{-1.0f, -1e-45f, -HUGE_VALF};
      }},
+    {"checkMaskCode(maskCode)", "maskCode", zopStatusBadMaskSize,
+     [](const Argument&) {
+       return std::vector<Value>{34, 53, 0, -33, 15, INT32_MAX};
+     }},
     {"checkMode(cmpOp)", "cmpOp", zopStatusUnsupportedMode,
      [](const Argument&) { return std::vector<Value>{-1, 1, 2, 3, 5, INT32_MIN}; }},
     {"checkScaleRange(vMin,vMax)", "vMax", zopStatusBadScaleRange,

@@ -172,8 +172,8 @@ class Argument:
 
 
 class Function:
-    def __init__(self, name, arguments, result, call, checks):
-        self.name, self.checks, self.result = Name(name), checks, result or "ZopStatus"
+    def __init__(self, name, arguments, result, call, checks, halo):
+        self.name, self.checks, self.halo, self.result = Name(name), checks, halo, result or "ZopStatus"
         self.arguments = [Argument(a.strip(), self.name) for a in arguments.split(",") if a.strip()]
         self.call = call
         for key, value in self.placeholders().items():
@@ -232,14 +232,27 @@ class Function:
                                                     ("kChannelOfInterest", name.of_interest)) if on])
         types = f'"{name.source[0]}", "{name.destination[0]}", "{name.source[1]}", "{name.destination[1]}"'
         return (f'    {{"{name.text}", "{name.operation}", "{name.variant}", {types}, {flags}, '
-                f'"{" ".join(self.checks)}",\n     {{{roles}}},\n     &invoke<&{name.text}>}},')
+                f'"{" ".join(self.checks)}",\n     {{{roles}}},\n     &invoke<&{name.text}>{self.halo_of_call()}}},')
+
+    def halo_of_call(self):
+        """For the tests: a function that computes the halo of the sources from the arguments of a call."""
+        if not self.halo:
+            return ""
+        values, index = "", 0
+        for a in self.arguments:
+            if a.kind == "value" and re.search(rf"\b{a.name}\b", " ".join(self.halo)):
+                type_ = a.declaration.removesuffix(a.name).strip()
+                values += f"const {type_} {a.name} = v[{index}].get<{type_}>(); "
+            index += len(a.declarations())
+        parameter = "const Value* v" if values else "const Value*"
+        return f",\n     []({parameter}) {{ {values}return Halo{{{', '.join(self.halo)}}}; }}"
 
 
 class Group:
     def __init__(self, title, room, arguments, check_texts):
         self.title, self.room, self.arguments = title, room, dict(arguments)
         self.check_texts = dict(CHECKS | check_texts)
-        self.text, self.returns, self.checks, self.functions = [], [], [], []
+        self.text, self.returns, self.checks, self.halo, self.functions = [], [], [], [], []
 
     def check_text(self, check):
         text = self.check_texts.get(check)
@@ -348,9 +361,15 @@ def read_table(path):
                 groups[-1].returns.append("Returns " + rest)
             elif key == "checks":
                 groups[-1].checks = re.findall(r"\w+(?:\([^)]*\))?", rest)
+            elif key == "halo":
+                sides = rest.split()
+                if len(sides) not in (1, 4):
+                    raise TableError(f"a halo has one width or four: {rest}")
+                groups[-1].halo = sides if len(sides) == 4 else sides * 4
             elif match := re.fullmatch(r"(zopi[\w{},]*)\s*\((.*?)\)\s*(?:->\s*(.*?))?\s*=\s*(.*)", line):
                 pattern, arguments, result, call = match.groups()
-                groups[-1].functions += [Function(n, arguments, result, call, groups[-1].checks) for n in expand(pattern)]
+                groups[-1].functions += [Function(n, arguments, result, call, groups[-1].checks, groups[-1].halo)
+                                         for n in expand(pattern)]
             else:
                 raise TableError(f"not understood: {line}")
         except TableError as error:

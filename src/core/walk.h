@@ -92,6 +92,13 @@ void walkPixels(ZopImageSize size, const Body& body, Image<T, kUnit>... images) 
       images...);
 }
 
+// The whole region for rows that look at the rows around them: they are never joined.
+template <class Body, class... I>
+void walkNeighbours(Extent e, const Body& body, I... images) {
+  e.stream = walk::streams(e, images...);
+  body(images..., e);
+}
+
 // The region in pieces of rows that the innermost cache holds, one after the other: for plans that go over
 // their samples twice.
 inline constexpr std::ptrdiff_t kPiece = 4096;

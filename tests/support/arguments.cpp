@@ -10,9 +10,21 @@ int goodConstant(const Argument& argument) {
   return std::strcmp(argument.name, "dstOrder") == 0 ? 0 : kGoodConstant;
 }
 
+namespace {
+
+Value goodParameter(const Argument& argument) {
+  if (std::strcmp(argument.name, "vMax") == 0) return 1.0f;  // vMin is 0
+  if (std::strcmp(argument.name, "maskCode") == 0) return 55;
+  return {};
+}
+
+}  // namespace
+
 Arguments::Arguments(const Function& function, ZopImageSize size)
     : planes_(function.arguments.size()), steps_(function.arguments.size()) {
   std::mt19937 random(1);
+  std::vector<Value> parameters;
+  for (const Argument& a : function.arguments) parameters.push_back(goodParameter(a));
   int step = 0;
   for (std::size_t i = 0; i < function.arguments.size(); ++i) {
     const Argument& a = function.arguments[i];
@@ -20,10 +32,13 @@ Arguments::Arguments(const Function& function, ZopImageSize size)
       steps_[i].assign(a.planes, step);
       values.emplace_back(static_cast<void*>(steps_[i].data()));
     } else if (a.isPointer()) {
-      step = (a.isImage() ? size.width : 1) * a.samples * a.sampleBytes;
+      const int pixelBytes = a.samples * a.sampleBytes;
+      const Halo halo = function.halo(a, parameters);
+      const int rows = a.isImage() ? halo.above + size.height + halo.below : 1;
+      step = (a.isImage() ? halo.left + size.width + halo.right : 1) * pixelBytes;
       for (int p = 0; p < std::max(a.planes, 1); ++p) {
-        memory_.push_back(std::make_unique<guarded::Region>(a.isImage() ? size.height : 1, step, step,
-                                                            guarded::Placement{}, random));
+        memory_.push_back(std::make_unique<guarded::Region>(rows, step, step, guarded::Placement{}, random,
+                                                            halo.above * step + halo.left * pixelBytes));
         if (a.role == Role::Constant) std::memset(memory_.back()->at(), goodConstant(a), step);
         before_.push_back(memory_.back()->bytes());
         planes_[i].push_back(memory_.back()->at());
@@ -37,10 +52,8 @@ Arguments::Arguments(const Function& function, ZopImageSize size)
       std::int64_t sample;
       std::memset(&sample, kGoodConstant, sizeof sample);
       values.emplace_back(sample);
-    } else if (std::strcmp(a.name, "vMax") == 0) {
-      values.emplace_back(1.0f);  // vMin is 0
     } else {
-      values.emplace_back();
+      values.push_back(parameters[i]);
     }
   }
 }

@@ -47,10 +47,11 @@ Block::~Block() {
 
 Block::Block(Block&& other) noexcept : data_(std::exchange(other.data_, nullptr)), size_(other.size_) {}
 
-Region::Region(int rows, std::ptrdiff_t rowBytes, int step, Placement placement, std::mt19937& random)
+Region::Region(int rows, std::ptrdiff_t rowBytes, int step, Placement placement, std::mt19937& random,
+               std::ptrdiff_t before)
     : block_(static_cast<std::size_t>(rows - 1) * step + rowBytes + placement.offset), step_(step) {
   const std::size_t used = static_cast<std::size_t>(rows - 1) * step + rowBytes;
-  at_ = placement.atEnd ? block_.data() + block_.size() - used : block_.data() + placement.offset;
+  at_ = (placement.atEnd ? block_.data() + block_.size() - used : block_.data() + placement.offset) + before;
   for (std::size_t i = 0; i + 4 <= block_.size(); i += 4) {
     const std::uint32_t word = static_cast<std::uint32_t>(random());
     std::memcpy(block_.data() + i, &word, 4);

@@ -32,16 +32,18 @@ class Block {
 };
 
 // A region of an image in a block of its own: `rows` rows of `rowBytes` bytes, `step` bytes apart. The block
-// is filled with noise, gaps between rows included.
+// is filled with noise, gaps between rows included. With a halo, the region that a call is given starts
+// `before` bytes behind the first.
 class Region {
  public:
-  Region(int rows, std::ptrdiff_t rowBytes, int step, Placement placement, std::mt19937& random);
+  Region(int rows, std::ptrdiff_t rowBytes, int step, Placement placement, std::mt19937& random,
+         std::ptrdiff_t before = 0);
 
   unsigned char* at() { return at_; }
   int step() const { return step_; }
   // All bytes of the block, to be compared with those of another run.
   std::vector<unsigned char> bytes() const { return {block_.data(), block_.data() + block_.size()}; }
-  // The region's first byte in a copy of the block.
+  // Where the call's region starts, in a copy of the block.
   unsigned char* in(std::vector<unsigned char>& copy) const { return copy.data() + (at_ - block_.data()); }
   bool equals(const std::vector<unsigned char>& copy) const;
 

@@ -52,6 +52,11 @@ class Value {
   alignas(8) unsigned char bytes_[24] = {};
 };
 
+// How many pixels around its region a source is read.
+struct Halo {
+  int left = 0, right = 0, above = 0, below = 0;
+};
+
 using Invoke = ZopStatus (*)(const Value* values);
 
 template <class... A, std::size_t... I>
@@ -76,6 +81,13 @@ struct Function {
   const char* checks;
   std::vector<Argument> arguments;
   Invoke invoke;
+  Halo (*haloOf)(const Value* values) = nullptr;
+
+  // The halo of an argument in a call with these values, of which only the parameters need be known.
+  Halo halo(const Argument& argument, const std::vector<Value>& values) const {
+    const bool read = argument.role == Role::Source || argument.role == Role::InPlace;
+    return read && haloOf != nullptr ? haloOf(values.data()) : Halo{};
+  }
 
   bool has(int flag) const { return (flags & flag) != 0; }
 };

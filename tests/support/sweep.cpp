@@ -70,18 +70,20 @@ struct Image {
 };
 
 Image makeImage(const Function& function, const Argument& argument, const Shape& shape,
-                std::mt19937& random) {
+                const registry::Halo& halo, std::mt19937& random) {
   Image image{&argument, {}, {}, {}};
-  const std::ptrdiff_t rowBytes =
-      (static_cast<std::ptrdiff_t>(shape.width - 1) * argument.samples + reach(function, argument)) *
-      argument.sampleBytes;
-  const int fullRow = shape.width * argument.samples * argument.sampleBytes;
+  const int pixelBytes = argument.samples * argument.sampleBytes;
+  const int width = shape.width + halo.left + halo.right, height = shape.height + halo.above + halo.below;
+  const std::ptrdiff_t rowBytes = static_cast<std::ptrdiff_t>(width - 1) * pixelBytes +
+                                  reach(function, argument) * argument.sampleBytes;
+  const int step = width * pixelBytes + shape.padding;
+  const std::ptrdiff_t before = static_cast<std::ptrdiff_t>(halo.above) * step + halo.left * pixelBytes;
   for (int p = 0; p < std::max(argument.planes, 1); ++p) {
-    image.planes.push_back(std::make_unique<guarded::Region>(shape.height, rowBytes, fullRow + shape.padding,
-                                                             shape.placement, random));
+    image.planes.push_back(
+        std::make_unique<guarded::Region>(height, rowBytes, step, shape.placement, random, before));
     guarded::Region& plane = *image.planes.back();
-    for (int y = 0; y < shape.height; ++y) {
-      unsigned char* row = plane.at() + static_cast<std::ptrdiff_t>(plane.step()) * y;
+    for (int y = 0; y < height; ++y) {
+      unsigned char* row = plane.at() - before + static_cast<std::ptrdiff_t>(step) * y;
       if (argument.role == Role::Mask) {
         for (std::ptrdiff_t i = 0; i < rowBytes; ++i) row[i] = random() % 2 ? 0 : row[i];
       } else {
@@ -156,10 +158,17 @@ bool sameResult(const unsigned char* expected, const unsigned char* actual, int 
 // Makes one call and compares it. False at a difference.
 bool compare(const Function& function, const Shape& shape, const std::vector<registry::Value>& parameters,
              const Constants& constants, const Reference& reference, std::mt19937& random) {
+  std::vector<registry::Value> parametersInPlace;
+  for (std::size_t i = 0, next = 0; i < function.arguments.size(); ++i) {
+    const bool isParameter = function.arguments[i].role == Role::Value;
+    parametersInPlace.push_back(isParameter ? parameters.at(next++) : registry::Value());
+  }
   std::vector<Image> images;
   images.reserve(function.arguments.size());
   for (const Argument& argument : function.arguments) {
-    if (argument.isImage()) images.push_back(makeImage(function, argument, shape, random));
+    if (!argument.isImage()) continue;
+    images.push_back(
+        makeImage(function, argument, shape, function.halo(argument, parametersInPlace), random));
   }
   // Constants and results stand at the end of their memory: a sample too many is a fault.
   std::vector<std::unique_ptr<guarded::Region>> constantMemory, resultMemory;

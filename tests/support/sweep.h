@@ -16,7 +16,7 @@
 namespace sweep {
 
 // One image argument of a call, as the reference sees it: for a destination the bytes it must hold
-// afterwards.
+// afterwards. Pixels of a halo have coordinates below 0, or beyond the size.
 struct View {
   unsigned char* plane[4] = {};
   int planes = 0, step = 0, samples = 0, sampleBytes = 0;

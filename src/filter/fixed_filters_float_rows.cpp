@@ -1,0 +1,202 @@
+// Vector code of the filters with built-in masks, on floats.
+//
+// What one pass makes is rounded to single precision before the other sums it in double precision, so the
+// order of the passes shows in the result.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "filter/fixed_filters_float_rows.cpp"
+#include "hwy/foreach_target.h"
+//
+#include "hwy/highway.h"
+//
+#include "core/lanes-inl.h"
+#include "filter/fixed_filters_rows.h"
+#include "filter/masks.h"
+#include "filter/stencil-inl.h"
+#include "filter/weighted_sums-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace zopi {
+namespace HWY_NAMESPACE {
+namespace {
+
+template <int kDivisor>
+constexpr double kFactor = 1.0 / kDivisor;
+// The float below the one that is nearest to 1/9.
+template <>
+constexpr double kFactor<9> = 0x1.c71c6ep-4f;
+template <>
+constexpr double kFactor<25> = 0.04f;
+
+// The weights of a column of rows, and those of a row of columns and of the middle sample before them.
+template <const Mask& kMask>
+struct DownWeights {
+  static constexpr int count = kMask.taps();
+  static constexpr double at(int j) { return kMask.down[j][0]; }
+};
+template <const Mask& kMask>
+struct AcrossWeights {
+  static constexpr int count = 1 + kMask.taps();
+  static constexpr double at(int i) {
+    return i == 0 ? kMask.down[kMask.radius][1] : kMask.across[0][i - 1];
+  }
+};
+
+// A sum of two terms, which is rounded once, needs no doubles.
+template <class W>
+constexpr bool isDifference() {
+  int ones = 0, others = 0;
+  for (int i = 0; i < W::count; ++i) {
+    const double w = W::at(i);
+    ones += w == 1 || w == -1;
+    others += w != 0 && w != 1 && w != -1;
+  }
+  return ones == 2 && others == 0;
+}
+
+template <class W, int kDivisor = 1, class D, class... V>
+HWY_INLINE hn::Vec<D> rounded(D d, V... terms) {
+  if constexpr (isDifference<W>() && kDivisor == 1) {
+    const hn::Vec<D> all[] = {terms...};
+    return RealSum<W>::of(d, all);
+  } else {
+    return inDoubles(
+        d,
+        [](auto dd, auto... doubles) HWY_ATTR {
+          const hn::Vec<decltype(dd)> all[] = {doubles...};
+          const auto sum = RealSum<W>::of(dd, all);
+          if constexpr (kDivisor == 1)
+            return sum;
+          else
+            return hn::Mul(sum, hn::Set(dd, kFactor<kDivisor>));
+        },
+        terms...);
+  }
+}
+
+// Columns first.
+template <const Mask& kMask>
+struct ColumnFilter {
+  static constexpr int kRadius = kMask.radius;
+
+  struct Down {
+    static constexpr bool kApart = true;
+    template <class D, class... V>
+    HWY_INLINE hn::Vec<D> operator()(D d, V... rows) const {
+      return rounded<DownWeights<kMask>>(d, rows...);
+    }
+  };
+  struct Across {
+    template <class D, class... V>
+    HWY_INLINE hn::Vec<D> operator()(D d, V... middleAndSums) const {
+      return rounded<AcrossWeights<kMask>, kMask.divisor>(d, middleAndSums...);
+    }
+  };
+};
+
+// The same for sums of whole columns, which are held from row to row.
+template <const Mask& kMask>
+struct RunningFilter : ColumnFilter<kMask> {
+  // Rounded after each row, as the updates are.
+  struct Down {
+    static constexpr bool kApart = true;
+    template <class D, class V, class... Rest>
+    HWY_INLINE V operator()(D, V first, Rest... rows) const {
+      ((first = hn::Add(first, rows)), ...);
+      return first;
+    }
+  };
+  struct Update {
+    template <class D, class V>
+    HWY_INLINE V operator()(D d, V sums, V entering, V leaving) const {
+      return inDoubles(
+          d, [](auto, auto s, auto in, auto out) HWY_ATTR { return hn::Sub(hn::Add(s, in), out); }, sums,
+          entering, leaving);
+    }
+  };
+};
+
+// Rows first, three kinds of them. The weights are stored as quotients.
+template <const Mask& kMask>
+struct RowFilter {
+  static constexpr int kRadius = kMask.radius;
+  using V = hn::Vec<Tag<float>>;
+  using Row = std::array<V, 3>;
+
+  template <int kKind>
+  struct Weights {
+    static constexpr int count = 5;
+    static constexpr double at(int i) { return static_cast<float>(kMask.across[kKind][i]) / kMask.divisor; }
+  };
+  struct Ones {
+    static constexpr int count = 5;
+    static constexpr double at(int) { return 1; }
+  };
+
+  template <class Source>
+  HWY_INLINE Row across(const Source& source) const {
+    const V a = source.at(-2), b = source.at(-1), c = source.at(0), e = source.at(1), f = source.at(2);
+    const Tag<float> d;
+    return {rounded<Weights<0>>(d, a, b, c, e, f), rounded<Weights<1>>(d, a, b, c, e, f),
+            rounded<Weights<2>>(d, a, b, c, e, f)};
+  }
+  HWY_INLINE V down(const std::array<Row, 5>& rows) const {
+    return rounded<Ones>(Tag<float>(), rows[0][0], rows[1][1], rows[2][2], rows[3][1], rows[4][0]);
+  }
+};
+
+using T = Zop32f;
+
+template <template <const Mask&> class Filter, const Mask& kMask>
+constexpr StencilRows<T, T> columnsFirst() {
+  return {downThenAcross<Filter<kMask>, false, T>, downThenAcross<Filter<kMask>, true, T>};
+}
+template <const Mask& kMask>
+constexpr StencilRows<T, T> columnsFirst() {
+  return columnsFirst<ColumnFilter, kMask>();
+}
+template <const Mask& kMask>
+constexpr StencilRows<T, T> columnsRunning() {
+  return columnsFirst<RunningFilter, kMask>();
+}
+template <const Mask& kMask>
+constexpr StencilRows<T, T> rowsFirst() {
+  return {acrossThenDown<RowFilter<kMask>, false, T, T>, acrossThenDown<RowFilter<kMask>, true, T, T>};
+}
+
+constexpr FixedRows<T, T> makeTable() {
+  using namespace masks;
+  return {{{columnsFirst<kPrewittVert>(), {}},
+           {columnsFirst<kPrewittHoriz>(), {}},
+           {columnsFirst<kSobelVert3>(), columnsFirst<kSobelVert5>()},
+           {columnsFirst<kSobelHoriz3>(), columnsFirst<kSobelHoriz5>()},
+           {columnsFirst<kSobelVertSecond3>(), columnsFirst<kSobelVertSecond5>()},
+           {columnsFirst<kSobelHorizSecond3>(), columnsFirst<kSobelHorizSecond5>()},
+           {columnsFirst<kSobelCross3>(), columnsFirst<kSobelCross5>()},
+           {columnsFirst<kScharrVert>(), {}},
+           {columnsFirst<kScharrHoriz>(), {}},
+           {columnsFirst<kLaplace3>(), rowsFirst<kLaplace5>()},
+           {columnsFirst<kGauss3>(), rowsFirst<kGauss5>()},
+           {columnsFirst<kLaplace3>(), columnsRunning<kHipass5>()},
+           {columnsFirst<kLowpass3>(), columnsRunning<kLowpass5>()},
+           {columnsFirst<kSharpen>(), {}}}};
+}
+
+constexpr FixedRows<T, T> kTable = makeTable();
+
+}  // namespace
+
+const FixedRows<T, T>* fixedFloatTableOfTarget() { return &kTable; }
+
+}  // namespace HWY_NAMESPACE
+}  // namespace zopi
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zopi {
+
+HWY_EXPORT(fixedFloatTableOfTarget);
+
+const FixedRows<Zop32f, Zop32f>& fixedFloatTable() { return *HWY_DYNAMIC_DISPATCH(fixedFloatTableOfTarget)(); }
+
+}  // namespace zopi
+#endif

@@ -1,0 +1,173 @@
+// How a filter goes over an image, in either order of its two passes.
+// Included once for each vector target, after hwy/highway.h.
+#if defined(ZOPI_FILTER_STENCIL_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZOPI_FILTER_STENCIL_INL_H_
+#undef ZOPI_FILTER_STENCIL_INL_H_
+#else
+#define ZOPI_FILTER_STENCIL_INL_H_
+#endif
+
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <utility>
+
+#include "core/row_shapes-inl.h"
+#include "filter/stencil.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace zopi {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+// The samples around a place: `at(k)` are those k pixels to the right.
+template <class D>
+struct Taps {
+  const hn::TFromD<D>* middle;
+  std::ptrdiff_t distance;
+
+  HWY_INLINE hn::Vec<D> at(int k) const { return hn::LoadU(D(), middle + k * distance); }
+};
+
+// What a vector of four-channel pixels keeps of the destination: alpha.
+template <bool kKeeps, class D>
+struct AlphaKeeper {
+  hn::Vec<D> written =
+      PatternOperand<D>(writtenSamples<hn::TFromD<D>, AC4::channels, AC4::colours>()).at(0, 0);
+  HWY_INLINE AlphaKeeper() {}
+  HWY_INLINE hn::Vec<D> operator()(hn::Vec<D> v, const hn::TFromD<D>* old) const {
+    return hn::IfVecThenElse(written, v, hn::LoadU(D(), old));
+  }
+};
+template <class D>
+struct AlphaKeeper<false, D> {
+  HWY_INLINE hn::Vec<D> operator()(hn::Vec<D> v, const hn::TFromD<D>*) const { return v; }
+};
+
+// Rows are gone through in blocks of so many, a vector's width at a time: fewer, and the rows around a block
+// are read again too often, more, and the innermost cache and the page table no longer hold them.
+inline constexpr int kStencilBlock = 8;
+
+// A filter that combines samples along rows first, and then rows. The rows of a window stay in registers
+// while a column of vectors is gone down. Op has
+//   kRadius
+//   Row                      what it makes of one row
+//   across(Taps)  -> Row
+//   down(const std::array<Row, 2 * kRadius + 1>&) -> a vector of samples
+template <class Op, bool kKeeps, class S, class T>
+void acrossThenDown(Image<const S> src, Image<T> dst, Extent e, int distance) {
+  const Tag<T> d;
+  using Source = hn::Rebind<S, Tag<T>>;
+  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
+  constexpr int r = Op::kRadius;
+  const std::ptrdiff_t n = e.length;
+
+  // What is narrower than a vector is copied into blocks that are wide enough.
+  if (HWY_UNLIKELY(n < N)) {
+    constexpr std::ptrdiff_t kSide = r * AC4::channels, kRows = kStencilBlock + 2 * r;
+    S in[kRows][N + 2 * kSide] = {};
+    T out[kStencilBlock][N] = {};
+    const std::ptrdiff_t side = r * distance;
+    for (int y = 0; y < e.rows; y += kStencilBlock) {
+      const int rows = HWY_MIN(kStencilBlock, e.rows - y);
+      for (int j = 0; j < rows + 2 * r; ++j)
+        std::memcpy(in[j], src.row(y + j - r) - side, static_cast<std::size_t>(n + 2 * side) * sizeof(S));
+      for (int j = 0; j < rows; ++j) std::memcpy(out[j], dst.row(y + j), n * sizeof(T));
+      acrossThenDown<Op, kKeeps, S, T>({in[r] + side, sizeof in[0]}, {out[0], sizeof out[0]}, {N, rows},
+                                       distance);
+      for (int j = 0; j < rows; ++j) std::memcpy(dst.row(y + j), out[j], n * sizeof(T));
+    }
+    return;
+  }
+
+  const Op op;
+  const AlphaKeeper<kKeeps, Tag<T>> keep;
+  const std::ptrdiff_t head = n >= 4 * N ? toAlignment<kKeeps ? 4 : 1>(d, dst.at) : 0;
+  const bool stream = e.stream && dst.step % static_cast<std::ptrdiff_t>(N * sizeof(T)) == 0;
+  for (int top = 0; top < e.rows; top += kStencilBlock) {
+    const int rows = HWY_MIN(kStencilBlock, e.rows - top);
+    for (std::ptrdiff_t x = 0, next = head > 0 ? head : N;; x = HWY_MIN(next, n - N), next += N) {
+      const bool streamHere = stream && isAligned(d, dst.at + x);
+      std::array<typename Op::Row, 2 * r + 1> ring;
+      Image<const S> below = {src.row(top - r) + x, src.step};
+      const auto push = [&]<std::size_t... J>(std::index_sequence<J...>) HWY_ATTR {
+        ((ring[J] = ring[J + 1]), ...);
+        ring[2 * r] = op.across(Taps<Source>{below.at, distance});
+        below = below.from(1);
+      };
+      constexpr auto kMoves = std::make_index_sequence<2 * r>();
+      for (int j = 0; j < 2 * r; ++j) push(kMoves);
+      Image<T> out = {dst.row(top) + x, dst.step};
+      for (int y = 0; y < rows; ++y, out = out.from(1)) {
+        push(kMoves);
+        const auto v = keep(op.down(ring), out.at);
+        if (HWY_UNLIKELY(streamHere)) {
+          store<true>(d, v, out.at);
+        } else {
+          store<false>(d, v, out.at);
+        }
+      }
+      if (x == n - N) break;
+    }
+  }
+  if (stream) hwy::FlushStream();
+}
+
+// Where a filter's columns are summed first, their sums stand in a buffer of so many samples and their halo.
+// It lies in the innermost cache together with the rows that it is made from.
+inline constexpr std::ptrdiff_t kStencilPiece = 1024;
+
+// A filter that combines rows first, and then the samples of what comes of it. Op has, as operations of row
+// maps,
+//   Down     of the rows of a window, from top to bottom
+//   Update   instead of it where a row above is known: of its sums, the row that enters and the one that leaves
+//   Across   of the sums from left to right, and of the middle sample
+template <class Op, bool kKeeps, class T>
+void downThenAcross(Image<const T> src, Image<T> dst, Extent e, int distance) {
+  const Tag<T> d;
+  using Operand = ImageOperand<Tag<T>>;
+  constexpr int r = Op::kRadius;
+  constexpr auto kTaps = std::make_index_sequence<2 * r + 1>();
+  HWY_ALIGN T sums[kStencilPiece + 2 * r * AC4::channels];
+  PatternOperand<Tag<T>> written(writtenSamples<T, AC4::channels, AC4::colours>());
+  for (std::ptrdiff_t x = 0; x < e.length; x += kStencilPiece) {
+    const std::ptrdiff_t n = HWY_MIN(kStencilPiece, e.length - x), withHalo = n + 2 * r * distance;
+    for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
+      const auto rowAt = [&](std::ptrdiff_t j) HWY_ATTR {
+        return Operand{src, src.row(y + j) + x - r * distance};
+      };
+      const auto sumDown = [&]<std::size_t... J>(std::index_sequence<J...>) HWY_ATTR {
+        Operand rows[] = {rowAt(static_cast<std::ptrdiff_t>(J) - r)...};
+        mapRow(d, typename Op::Down(), sums, withHalo, false, rows[J]...);
+      };
+      if constexpr (requires { typename Op::Update; }) {
+        if (y > 0) {
+          Operand before = {{}, sums}, entering = rowAt(r), leaving = rowAt(-r - 1);
+          mapRow(d, typename Op::Update(), sums, withHalo, false, before, entering, leaving);
+        } else {
+          sumDown(kTaps);
+        }
+      } else {
+        sumDown(kTaps);
+      }
+      const auto sumAcross = [&]<std::size_t... I>(std::index_sequence<I...>) HWY_ATTR {
+        using Across = typename Op::Across;
+        T* out = dst.row(y) + x;
+        Operand taps[] = {Operand{{}, sums + static_cast<std::ptrdiff_t>(I) * distance}...},
+                middle = {src, src.row(y) + x}, old = {dst, out};
+        if constexpr (kKeeps)
+          mapRow(d, Keeping<Across>(), out, n, false, old, written, middle, taps[I]...);
+        else
+          mapRow(d, Across(), out, n, e.stream, middle, taps[I]...);
+      };
+      sumAcross(kTaps);
+    }
+  }
+  if (e.stream) hwy::FlushStream();
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace zopi
+HWY_AFTER_NAMESPACE();
+
+#endif  // per target
