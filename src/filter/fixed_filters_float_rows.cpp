@@ -27,7 +27,7 @@ constexpr double kFactor<9> = 0x1.c71c6ep-4f;
 template <>
 constexpr double kFactor<25> = 0.04f;
 
-// The weights of a column of rows, and those of a row of columns and of the middle sample before them.
+// The weights of a column of rows, and those of a row of columns and of the middle sample behind them.
 template <const Mask& kMask>
 struct DownWeights {
   static constexpr int count = kMask.taps();
@@ -37,7 +37,7 @@ template <const Mask& kMask>
 struct AcrossWeights {
   static constexpr int count = 1 + kMask.taps();
   static constexpr double at(int i) {
-    return i == 0 ? kMask.down[kMask.radius][1] : kMask.across[0][i - 1];
+    return i == kMask.taps() ? kMask.down[kMask.radius][1] : kMask.across[0][i];
   }
 };
 
@@ -87,8 +87,8 @@ struct ColumnFilter {
   };
   struct Across {
     template <class D, class... V>
-    HWY_INLINE hn::Vec<D> operator()(D d, V... middleAndSums) const {
-      return rounded<AcrossWeights<kMask>, kMask.divisor>(d, middleAndSums...);
+    HWY_INLINE hn::Vec<D> operator()(D d, V... sumsAndMiddle) const {
+      return rounded<AcrossWeights<kMask>, kMask.divisor>(d, sumsAndMiddle...);
     }
   };
 };

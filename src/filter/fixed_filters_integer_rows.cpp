@@ -26,11 +26,17 @@ struct Widened {
   using Parts = std::array<hn::Vec<D>, kParts>;
 
   static HWY_INLINE Parts from(hn::Vec<Tag<S>> v) {
-    const auto wide = widen(Tag<S>(), v);
+    const auto wide = widen(Tag<S>(), inRegister(v));
     return {hn::BitCast(D(), wide.even), hn::BitCast(D(), wide.odd)};
   }
+  // Means lie between samples: they need no saturation.
+  template <bool kIsMean>
   static HWY_INLINE hn::Vec<Tag<T>> back(const Parts& parts) {
-    return narrow(Tag<T>(), Wide<D>{parts[0], parts[1]});
+    const Tag<T> d;
+    if constexpr (kIsMean)
+      return hn::OddEven(hn::BitCast(d, hn::ShiftLeft<8 * sizeof(T)>(parts[1])), hn::BitCast(d, parts[0]));
+    else
+      return narrow(d, Wide<D>{parts[0], parts[1]});
   }
 };
 template <class S, class T>
@@ -40,7 +46,10 @@ struct Widened<S, T, false> {
   using Parts = std::array<hn::Vec<D>, kParts>;
 
   static HWY_INLINE Parts from(hn::Vec<hn::Rebind<S, D>> v) { return {hn::PromoteTo(D(), v)}; }
-  static HWY_INLINE hn::Vec<D> back(const Parts& parts) { return parts[0]; }
+  template <bool kIsMean>
+  static HWY_INLINE hn::Vec<D> back(const Parts& parts) {
+    return parts[0];
+  }
 };
 
 // v * kFactor / 2^kShift in full precision, v not negative.
@@ -103,6 +112,7 @@ struct Filter {
   using D = typename W::D;
   using Parts = typename W::Parts;
   using Row = std::array<Parts, kKinds>;
+  using Rows = std::array<Row, kTaps>;
 
   template <int kKind>
   struct Across {
@@ -120,35 +130,45 @@ struct Filter {
     static constexpr int at(int i) { return kMask.down[i / kKinds][i % kKinds]; }
   };
 
+  static constexpr bool isMean() { return kMask.divisor > 8; }
+
   template <class Source>
   HWY_INLINE Row across(const Source& source) const {
-    std::array<Parts, kTaps> taps;
-    for (int i = 0; i < kTaps; ++i) taps[i] = W::from(source.at(i - kRadius));
-    Row row;
-    [&]<int... K>(std::integer_sequence<int, K...>) HWY_ATTR {
-      for (int part = 0; part < W::kParts; ++part) {
-        ((row[K][part] = IntegerSum<Across<K>>::of([&](int i) HWY_ATTR { return taps[i][part]; })), ...);
-      }
-    }(std::make_integer_sequence<int, kKinds>());
-    return row;
+    return across(source, std::make_integer_sequence<int, kTaps>(),
+                  std::make_integer_sequence<int, kKinds>());
+  }
+  HWY_INLINE auto down(const Rows& rows) const {
+    return W::template back<isMean()>(down(rows, std::make_integer_sequence<int, W::kParts>(),
+                        std::make_integer_sequence<int, kKinds>()));
   }
 
-  HWY_INLINE auto down(const std::array<Row, kTaps>& rows) const {
-    Parts result;
-    for (int part = 0; part < W::kParts; ++part) {
-      if constexpr (kMask.divisor == 571 && sizeof(S) == 1) {
-        const auto ofKind = [&]<int K>() HWY_ATTR {
-          return IntegerSum<Down<K>>::of([&](int j) HWY_ATTR { return rows[j][K][part]; });
-        };
-        result[part] = dividedBy571(D(), ofKind.template operator()<0>(), ofKind.template operator()<1>(),
-                                    ofKind.template operator()<2>());
-      } else {
-        const auto sum = IntegerSum<AllDown>::of(
-            [&](int i) HWY_ATTR { return rows[i / kKinds][i % kKinds][part]; });
-        result[part] = divided<kMask.divisor>(D(), sum);
-      }
+ private:
+  // Functions instead of loops and lambdas: what those count stays in memory.
+  template <class Source, int... I, int... K>
+  static HWY_INLINE Row across(const Source& source, std::integer_sequence<int, I...>,
+                               std::integer_sequence<int, K...>) {
+    const std::array<Parts, kTaps> taps = {W::from(source.at(I - kRadius))...};
+    return {across<K>(taps, std::make_integer_sequence<int, W::kParts>())...};
+  }
+  template <int kKind, int... P>
+  static HWY_INLINE Parts across(const std::array<Parts, kTaps>& taps, std::integer_sequence<int, P...>) {
+    return {IntegerSum<Across<kKind>>::of([&](int i) HWY_ATTR { return taps[i][P]; })...};
+  }
+
+  template <int... P, int... K>
+  static HWY_INLINE Parts down(const Rows& rows, std::integer_sequence<int, P...>,
+                               std::integer_sequence<int, K...> kinds) {
+    return {part(rows, P, kinds)...};
+  }
+  template <int... K>
+  static HWY_INLINE hn::Vec<D> part(const Rows& rows, int part, std::integer_sequence<int, K...>) {
+    if constexpr (kMask.divisor == 571 && sizeof(S) == 1) {
+      return dividedBy571(D(),
+                          IntegerSum<Down<K>>::of([&](int j) HWY_ATTR { return rows[j][K][part]; })...);
+    } else {
+      const auto term = [&](int i) HWY_ATTR { return rows[i / kKinds][i % kKinds][part]; };
+      return divided<kMask.divisor>(D(), IntegerSum<AllDown>::of(term));
     }
-    return W::back(result);
   }
 };
 

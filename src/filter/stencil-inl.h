@@ -44,6 +44,20 @@ struct AlphaKeeper<false, D> {
   HWY_INLINE hn::Vec<D> operator()(hn::Vec<D> v, const hn::TFromD<D>*) const { return v; }
 };
 
+// The rows of a window, from top to bottom.
+template <class Row, int kRows>
+struct Window {
+  std::array<Row, kRows> rows;
+
+  // Moves the window down to a new row.
+  HWY_INLINE void push(Row row) { move(row, std::make_index_sequence<kRows - 1>()); }
+  template <std::size_t... J>
+  HWY_INLINE void move(Row row, std::index_sequence<J...>) {
+    ((rows[J] = rows[J + 1]), ...);
+    rows[kRows - 1] = row;
+  }
+};
+
 // Rows are gone through in blocks of so many, a vector's width at a time: fewer, and the rows around a block
 // are read again too often, more, and the innermost cache and the page table no longer hold them.
 inline constexpr int kStencilBlock = 8;
@@ -88,19 +102,14 @@ void acrossThenDown(Image<const S> src, Image<T> dst, Extent e, int distance) {
     const int rows = HWY_MIN(kStencilBlock, e.rows - top);
     for (std::ptrdiff_t x = 0, next = head > 0 ? head : N;; x = HWY_MIN(next, n - N), next += N) {
       const bool streamHere = stream && isAligned(d, dst.at + x);
-      std::array<typename Op::Row, 2 * r + 1> ring;
+      Window<typename Op::Row, 2 * r + 1> window;
       Image<const S> below = {src.row(top - r) + x, src.step};
-      const auto push = [&]<std::size_t... J>(std::index_sequence<J...>) HWY_ATTR {
-        ((ring[J] = ring[J + 1]), ...);
-        ring[2 * r] = op.across(Taps<Source>{below.at, distance});
-        below = below.from(1);
-      };
-      constexpr auto kMoves = std::make_index_sequence<2 * r>();
-      for (int j = 0; j < 2 * r; ++j) push(kMoves);
+      for (int j = 0; j < 2 * r; ++j, below = below.from(1))
+        window.push(op.across(Taps<Source>{below.at, distance}));
       Image<T> out = {dst.row(top) + x, dst.step};
-      for (int y = 0; y < rows; ++y, out = out.from(1)) {
-        push(kMoves);
-        const auto v = keep(op.down(ring), out.at);
+      for (int y = 0; y < rows; ++y, below = below.from(1), out = out.from(1)) {
+        window.push(op.across(Taps<Source>{below.at, distance}));
+        const auto v = keep(op.down(window.rows), out.at);
         if (HWY_UNLIKELY(streamHere)) {
           store<true>(d, v, out.at);
         } else {
@@ -156,9 +165,9 @@ void downThenAcross(Image<const T> src, Image<T> dst, Extent e, int distance) {
         Operand taps[] = {Operand{{}, sums + static_cast<std::ptrdiff_t>(I) * distance}...},
                 middle = {src, src.row(y) + x}, old = {dst, out};
         if constexpr (kKeeps)
-          mapRow(d, Keeping<Across>(), out, n, false, old, written, middle, taps[I]...);
+          mapRow(d, Keeping<Across>(), out, n, false, old, written, taps[I]..., middle);
         else
-          mapRow(d, Across(), out, n, e.stream, middle, taps[I]...);
+          mapRow(d, Across(), out, n, e.stream, taps[I]..., middle);
       };
       sumAcross(kTaps);
     }

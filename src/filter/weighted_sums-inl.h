@@ -43,7 +43,11 @@ HWY_INLINE V minus(NoTerms, V v) {
 template <int kFactor, class V>
 HWY_INLINE V times(V v) {
   constexpr unsigned kBits = kFactor;
-  if constexpr (std::has_single_bit(kBits))
+  if constexpr (kFactor == 1)
+    return v;
+  else if constexpr (kFactor == 2)
+    return hn::Add(v, v);
+  else if constexpr (std::has_single_bit(kBits))
     return hn::ShiftLeft<std::countr_zero(kBits)>(v);
   else
     return hn::Mul(v, hn::Set(hn::DFromV<V>(), kFactor));
