@@ -1,5 +1,6 @@
 // Filters.
 #include <string>
+#include <type_traits>
 
 #include "harness.h"
 
@@ -7,17 +8,17 @@ namespace {
 
 using bench::Frame;
 
-// The source's halo is its own margin: the filter sees a region that is smaller by `radius` on each side.
+// `halo` is the mask's radius.
 template <class S, class T, class... P>
-void addFilter(const std::string& name, int channels, int radius,
-               ZopStatus (*function)(const S*, int, T*, int, ZopImageSize, P...), std::type_identity_t<P>... p) {
-  bench::add(name, {channels * static_cast<int>(sizeof(S))}, {channels * static_cast<int>(sizeof(T))},
-             [=](const Frame& f) {
-               const int left = radius * channels * static_cast<int>(sizeof(S));
-               const Zop8u* first = f.source(0) + radius * f.sourceStep(0) + left;
-               function(reinterpret_cast<const S*>(first), f.sourceStep(0), f.destination<T>(),
-                        f.destinationStep(), {f.size.width - 2 * radius, f.size.height - 2 * radius}, p...);
-             });
+void addFilter(const std::string& name, int channels, int halo,
+               ZopStatus (*function)(const S*, int, T*, int, ZopImageSize, P...),
+               std::type_identity_t<P>... p) {
+  bench::add(
+      name, {channels * static_cast<int>(sizeof(S))}, {channels * static_cast<int>(sizeof(T))},
+      [=](const Frame& f) {
+        function(f.source<S>(0), f.sourceStep(0), f.destination<T>(), f.destinationStep(), f.size, p...);
+      },
+      0, halo);
 }
 
 const bool registered = [] {

@@ -6,8 +6,8 @@
 #include <bit>
 #include <bitset>
 #include <cmath>
-#include <functional>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <string>
 #include <type_traits>
@@ -55,9 +55,8 @@ Mask maskOf(const std::string& operation, int maskCode) {
   if (is("Laplace") && large)
     return {2, {-1, -3, -4, -3, -1, -3, 0, 6, 0, -3, -4, 6, 20, 6, -4, -3, 0, 6, 0, -3, -1, -3, -4, -3, -1}};
   if (is("Gauss") && large)
-    return {2,
-            {2, 7, 12, 7, 2, 7, 31, 52, 31, 7, 12, 52, 127, 52, 12, 7, 31, 52, 31, 7, 2, 7, 12, 7, 2},
-            571};
+    return {
+        2, {2, 7, 12, 7, 2, 7, 31, 52, 31, 7, 12, 52, 127, 52, 12, 7, 31, 52, 31, 7, 2, 7, 12, 7, 2}, 571};
   if (is("Gauss")) return {1, {1, 2, 1, 2, 4, 2, 1, 2, 1}, 16};
   if (is("Lowpass")) return {large ? 2 : 1, std::vector<int>(large ? 25 : 9, 1), large ? 25 : 9};
   Mask mask = {large ? 2 : 1, std::vector<int>(large ? 25 : 9, -1)};  // Laplace, Hipass, Sharpen
@@ -78,11 +77,16 @@ Zop8u byteOf(std::int64_t s, int divisor) {
     case 8:
       s = std::max<std::int64_t>(s, 0);
       return saturated<Zop8u>((s + 3 + ((s >> 3) & 1)) >> 3);
-    case 9: return static_cast<Zop8u>(((s + 5) * 0x1C71) >> 16);
-    case 16: return static_cast<Zop8u>((s + 7 + ((s >> 4) & 1)) >> 4);
-    case 25: return static_cast<Zop8u>(((s + 13) * 0x28F5) >> 16 >> 2);
-    case 571: return static_cast<Zop8u>(((2 * s + 571) * 0x39631512) >> 40);
-    default: return saturated<Zop8u>(s);
+    case 9:
+      return static_cast<Zop8u>(((s + 5) * 0x1C71) >> 16);
+    case 16:
+      return static_cast<Zop8u>((s + 7 + ((s >> 4) & 1)) >> 4);
+    case 25:
+      return static_cast<Zop8u>(((s + 13) * 0x28F5) >> 16 >> 2);
+    case 571:
+      return static_cast<Zop8u>(((2 * s + 571) * 0x39631512) >> 40);
+    default:
+      return saturated<Zop8u>(s);
   }
 }
 
@@ -90,18 +94,25 @@ Zop8u byteOf(std::int64_t s, int divisor) {
 Zop16s wordOf(std::int64_t s, int divisor) {
   const std::int64_t biased = s + std::int64_t{32768} * divisor;
   switch (divisor) {
-    case 8: return saturated<Zop16s>((s + 3 + ((s >> 3) & 1)) >> 3);
-    case 9: return static_cast<Zop16s>(((((biased + 5) * 0x1C71C71C) >> 32) & 0xffff) - 32768);
-    case 16: return static_cast<Zop16s>((s + 7 + ((s >> 4) & 1)) >> 4);
-    case 25: return static_cast<Zop16s>(((((biased + 13) * 0xA3D70A3) >> 32) & 0xffff) - 32768);
-    case 571: return static_cast<Zop16s>(((((2 * biased + 571) * 0x39631512) >> 40) & 0xffff) - 32768);
-    default: return saturated<Zop16s>(s);
+    case 8:
+      return saturated<Zop16s>((s + 3 + ((s >> 3) & 1)) >> 3);
+    case 9:
+      return static_cast<Zop16s>(((((biased + 5) * 0x1C71C71C) >> 32) & 0xffff) - 32768);
+    case 16:
+      return static_cast<Zop16s>((s + 7 + ((s >> 4) & 1)) >> 4);
+    case 25:
+      return static_cast<Zop16s>(((((biased + 13) * 0xA3D70A3) >> 32) & 0xffff) - 32768);
+    case 571:
+      return static_cast<Zop16s>(((((2 * biased + 571) * 0x39631512) >> 40) & 0xffff) - 32768);
+    default:
+      return saturated<Zop16s>(s);
   }
 }
 
 // A call whose rows advance by whole samples.
 Call inWholeSamples(Call call) {
-  for (sweep::View* view : {&call.sources[0], &call.destination}) view->step -= view->step % view->sampleBytes;
+  for (sweep::View* view : {&call.sources[0], &call.destination})
+    view->step -= view->step % view->sampleBytes;
   return call;
 }
 
@@ -161,7 +172,7 @@ double weighted(const std::vector<double>& weights, const std::function<double(i
 // A filter of floats as one sees it: what is summed first, and what is made of that.
 struct FloatFilter {
   std::vector<double> down, across;
-  double middle = 0;   // the weight of the middle sample
+  double middle = 0;  // the weight of the middle sample
   double factor = 1;
   bool running = false;
 };
@@ -275,7 +286,8 @@ sweep::Reference referenceOf(const registry::Function& function) {
 std::vector<sweep::Shape> shapesOf(const registry::Function& function) {
   std::vector<sweep::Shape> shapes = sweep::shapes(function);
   if (function.sourceType == std::string("32f")) {
-    for (sweep::Shape& shape : shapes) shape.padding -= shape.padding % 4;  // the sweep looks for NaNs by bytes
+    for (sweep::Shape& shape : shapes)
+      shape.padding -= shape.padding % 4;  // the sweep looks for NaNs by bytes
   }
   for (const int width : {1, 5, 17, 40, 70, 133}) {
     for (const int height : {4, 7, 8, 9, 21}) {
@@ -285,12 +297,12 @@ std::vector<sweep::Shape> shapesOf(const registry::Function& function) {
   return shapes;
 }
 
-const char* const kOperations[] = {
-    "FilterPrewittVert",     "FilterPrewittHoriz",     "FilterSobelVert",   "FilterSobelHoriz",
-    "FilterSobelVertSecond", "FilterSobelHorizSecond", "FilterSobelCross",  "FilterScharrVert",
-    "FilterScharrHoriz",     "FilterLaplace",          "FilterGauss",       "FilterHipass",
-    "FilterLowpass",         "FilterSharpen",          "FilterRobertsUp",   "FilterRobertsDown",
-    "FilterSobelVertMask",   "FilterSobelHorizMask"};
+const char* const kOperations[] = {"FilterPrewittVert", "FilterPrewittHoriz",    "FilterSobelVert",
+                                   "FilterSobelHoriz",  "FilterSobelVertSecond", "FilterSobelHorizSecond",
+                                   "FilterSobelCross",  "FilterScharrVert",      "FilterScharrHoriz",
+                                   "FilterLaplace",     "FilterGauss",           "FilterHipass",
+                                   "FilterLowpass",     "FilterSharpen",         "FilterRobertsUp",
+                                   "FilterRobertsDown", "FilterSobelVertMask",   "FilterSobelHorizMask"};
 
 TEST(FixedFilters, EqualTheReferenceAtEveryShape) {
   sweep::onEveryTarget([] {

@@ -33,7 +33,8 @@ ZopStatus roberts(int dx, Image<const T> src, Image<T> dst, ZopImageSize size) {
   if constexpr (std::is_same_v<T, Zop32f>) {
     mapImages<Layout>(std::false_type(), floatTable().subtract, taken, src, dst, size);
   } else {
-    mapImages<Layout>(std::false_type(), scaledTable().of<T>().rows[kSub][kSaturate], taken, src, dst, size, 0);
+    mapImages<Layout>(std::false_type(), scaledTable().of<T>().rows[kSub][kSaturate], taken, src, dst, size,
+                      0);
   }
   return zopStatusOk;
 }

@@ -196,7 +196,9 @@ namespace zopi {
 
 HWY_EXPORT(fixedFloatTableOfTarget);
 
-const FixedRows<Zop32f, Zop32f>& fixedFloatTable() { return *HWY_DYNAMIC_DISPATCH(fixedFloatTableOfTarget)(); }
+const FixedRows<Zop32f, Zop32f>& fixedFloatTable() {
+  return *HWY_DYNAMIC_DISPATCH(fixedFloatTableOfTarget)();
+}
 
 }  // namespace zopi
 #endif

@@ -83,8 +83,8 @@ HWY_INLINE V divided(Tag<int32_t> d, V sum) {
   else if constexpr (kDivisor == 25)
     return hn::Add(scaled<0xA3D70A3, 32>(d, hn::Add(sum, hn::Set(d, 13 - 25 * kLowest))), around0);
   else if constexpr (kDivisor == 571)
-    return hn::Add(
-        scaled<0x39631512, 40>(d, hn::Add(hn::Add(sum, sum), hn::Set(d, 571 - 2 * 571 * kLowest))), around0);
+    return hn::Add(scaled<0x39631512, 40>(d, hn::Add(hn::Add(sum, sum), hn::Set(d, 571 - 2 * 571 * kLowest))),
+                   around0);
   else
     return kDivisor == 1 ? sum : roundingShiftWithRoom(d, sum, kDivisor == 16 ? 4 : 3);
 }
@@ -111,8 +111,10 @@ struct Filter {
   using W = Widened<S, T>;
   using D = typename W::D;
   using Parts = typename W::Parts;
-  using Row = std::array<Parts, kKinds>;
+  using Row = std::array<hn::Vec<D>, kKinds * W::kParts>;  // kind by kind
   using Rows = std::array<Row, kTaps>;
+
+  HWY_INLINE Filter() {}
 
   template <int kKind>
   struct Across {
@@ -135,41 +137,45 @@ struct Filter {
   template <class Source>
   HWY_INLINE Row across(const Source& source) const {
     return across(source, std::make_integer_sequence<int, kTaps>(),
-                  std::make_integer_sequence<int, kKinds>());
+                  std::make_integer_sequence<int, kKinds * W::kParts>());
   }
   HWY_INLINE auto down(const Rows& rows) const {
-    return W::template back<isMean()>(down(rows, std::make_integer_sequence<int, W::kParts>(),
-                        std::make_integer_sequence<int, kKinds>()));
+    return W::template back<isMean()>(down(rows, std::make_integer_sequence<int, W::kParts>()));
   }
 
  private:
-  // Functions instead of loops and lambdas: what those count stays in memory.
+  // Functions instead of loops: what a loop counts stays in memory.
   template <class Source, int... I, int... K>
-  static HWY_INLINE Row across(const Source& source, std::integer_sequence<int, I...>,
-                               std::integer_sequence<int, K...>) {
-    const std::array<Parts, kTaps> taps = {W::from(source.at(I - kRadius))...};
-    return {across<K>(taps, std::make_integer_sequence<int, W::kParts>())...};
-  }
-  template <int kKind, int... P>
-  static HWY_INLINE Parts across(const std::array<Parts, kTaps>& taps, std::integer_sequence<int, P...>) {
-    return {IntegerSum<Across<kKind>>::of([&](int i) HWY_ATTR { return taps[i][P]; })...};
+  HWY_INLINE Row across(const Source& source, std::integer_sequence<int, I...>,
+                        std::integer_sequence<int, K...>) const {
+    const Parts taps[] = {W::from(source.at(I - kRadius))...};
+    return {IntegerSum<Across<K / W::kParts>>::of(factors_,
+                                                  [&](int i) HWY_ATTR { return taps[i][K % W::kParts]; })...};
   }
 
-  template <int... P, int... K>
-  static HWY_INLINE Parts down(const Rows& rows, std::integer_sequence<int, P...>,
-                               std::integer_sequence<int, K...> kinds) {
-    return {part(rows, P, kinds)...};
+  template <int... P>
+  HWY_INLINE Parts down(const Rows& rows, std::integer_sequence<int, P...>) const {
+    return {part(rows, P, std::make_integer_sequence<int, kKinds>())...};
   }
   template <int... K>
-  static HWY_INLINE hn::Vec<D> part(const Rows& rows, int part, std::integer_sequence<int, K...>) {
+  HWY_INLINE hn::Vec<D> part(const Rows& rows, int part, std::integer_sequence<int, K...>) const {
+    const auto sum = [&](int kind, int j) HWY_ATTR { return rows[j][kind * W::kParts + part]; };
     if constexpr (kMask.divisor == 571 && sizeof(S) == 1) {
       return dividedBy571(D(),
-                          IntegerSum<Down<K>>::of([&](int j) HWY_ATTR { return rows[j][K][part]; })...);
+                          IntegerSum<Down<K>>::of(factors_, [&](int j) HWY_ATTR { return sum(K, j); })...);
     } else {
-      const auto term = [&](int i) HWY_ATTR { return rows[i / kKinds][i % kKinds][part]; };
-      return divided<kMask.divisor>(D(), IntegerSum<AllDown>::of(term));
+      const auto term = [&](int i) HWY_ATTR { return sum(i % kKinds, i / kKinds); };
+      return divided<kMask.divisor>(D(), IntegerSum<AllDown>::of(factors_, term));
     }
   }
+
+  struct Weights {
+    static constexpr int kAcross = kKinds * kTaps, count = kAcross + AllDown::count;
+    static constexpr int at(int i) {
+      return i < kAcross ? kMask.across[i / kTaps][i % kTaps] : AllDown::at(i - kAcross);
+    }
+  };
+  const Factors<D, Weights> factors_;
 };
 
 template <const Mask& kMask, class S, class T>
@@ -177,7 +183,8 @@ constexpr StencilRows<S, T> rowsOf() {
   if constexpr (kMask.radius == 0)
     return {};
   else if constexpr (sizeof(S) == sizeof(T))
-    return {acrossThenDown<Filter<kMask, S, T>, false, S, T>, acrossThenDown<Filter<kMask, S, T>, true, S, T>};
+    return {acrossThenDown<Filter<kMask, S, T>, false, S, T>,
+            acrossThenDown<Filter<kMask, S, T>, true, S, T>};
   else
     return {acrossThenDown<Filter<kMask, S, T>, false, S, T>, nullptr};
 }

@@ -31,7 +31,10 @@ struct FixedRows {
 };
 
 // The rows for this machine.
-struct FixedIntegerTable : FixedRows<Zop8u, Zop8u>, FixedRows<Zop16s, Zop16s>, FixedRows<Zop8u, Zop16s>, FixedRows<Zop8s, Zop16s> {};
+struct FixedIntegerTable : FixedRows<Zop8u, Zop8u>,
+                           FixedRows<Zop16s, Zop16s>,
+                           FixedRows<Zop8u, Zop16s>,
+                           FixedRows<Zop8s, Zop16s> {};
 const FixedIntegerTable& fixedIntegerTable();
 const FixedRows<Zop32f, Zop32f>& fixedFloatTable();
 

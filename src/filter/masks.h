@@ -21,7 +21,10 @@ constexpr Mask product(const int (&down)[3], const int (&across)[3], int divisor
   return {1, 1, divisor, {{across[0], across[1], across[2]}}, {{down[0]}, {down[1]}, {down[2]}}};
 }
 constexpr Mask product(const int (&down)[5], const int (&across)[5], int divisor = 1) {
-  return {2, 1, divisor, {{across[0], across[1], across[2], across[3], across[4]}},
+  return {2,
+          1,
+          divisor,
+          {{across[0], across[1], across[2], across[3], across[4]}},
           {{down[0]}, {down[1]}, {down[2]}, {down[3]}, {down[4]}}};
 }
 
@@ -59,11 +62,9 @@ inline constexpr Mask kSobelCross5 = product({-1, -2, 0, 2, 1}, {1, 2, 0, -2, -1
 inline constexpr Mask kScharrVert = product({3, 10, 3}, {-1, 0, 1});
 inline constexpr Mask kScharrHoriz = product({-1, 0, 1}, {3, 10, 3});
 inline constexpr Mask kGauss3 = product({1, 2, 1}, {1, 2, 1}, 16);
-inline constexpr Mask kGauss5 =
-    threeRows({2, 7, 12, 7, 2}, {7, 31, 52, 31, 7}, {12, 52, 127, 52, 12}, 571);
+inline constexpr Mask kGauss5 = threeRows({2, 7, 12, 7, 2}, {7, 31, 52, 31, 7}, {12, 52, 127, 52, 12}, 571);
 inline constexpr Mask kLaplace3 = middleLessSum3(9);
-inline constexpr Mask kLaplace5 =
-    threeRows({-1, -3, -4, -3, -1}, {-3, 0, 6, 0, -3}, {-4, 6, 20, 6, -4}, 1);
+inline constexpr Mask kLaplace5 = threeRows({-1, -3, -4, -3, -1}, {-3, 0, 6, 0, -3}, {-4, 6, 20, 6, -4}, 1);
 inline constexpr Mask kHipass5 = middleLessSum5(25);
 inline constexpr Mask kLowpass3 = product({1, 1, 1}, {1, 1, 1}, 9);
 inline constexpr Mask kLowpass5 = product({1, 1, 1, 1, 1}, {1, 1, 1, 1, 1}, 25);

@@ -10,6 +10,7 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
+#include <tuple>
 #include <utility>
 
 #include "core/row_shapes-inl.h"
@@ -50,11 +51,23 @@ struct Window {
   std::array<Row, kRows> rows;
 
   // Moves the window down to a new row.
-  HWY_INLINE void push(Row row) { move(row, std::make_index_sequence<kRows - 1>()); }
-  template <std::size_t... J>
-  HWY_INLINE void move(Row row, std::index_sequence<J...>) {
-    ((rows[J] = rows[J + 1]), ...);
-    rows[kRows - 1] = row;
+  HWY_INLINE void push(const Row& row) {
+    move(std::make_index_sequence<(kRows - 1) * kVectors>());
+    fill(row, std::make_index_sequence<kVectors>());
+  }
+
+ private:
+  static constexpr std::size_t kVectors = std::tuple_size_v<Row>;
+
+  // One vector after the other, by numbers that the compiler knows: rows that are moved as a whole, or by a
+  // loop, go through memory.
+  template <std::size_t... I>
+  HWY_INLINE void move(std::index_sequence<I...>) {
+    ((rows[I / kVectors][I % kVectors] = rows[I / kVectors + 1][I % kVectors]), ...);
+  }
+  template <std::size_t... I>
+  HWY_INLINE void fill(const Row& row, std::index_sequence<I...>) {
+    ((rows[kRows - 1][I] = row[I]), ...);
   }
 };
 
@@ -65,7 +78,7 @@ inline constexpr int kStencilBlock = 8;
 // A filter that combines samples along rows first, and then rows. The rows of a window stay in registers
 // while a column of vectors is gone down. Op has
 //   kRadius
-//   Row                      what it makes of one row
+//   Row                      what it makes of one row, an std::array of vectors
 //   across(Taps)  -> Row
 //   down(const std::array<Row, 2 * kRadius + 1>&) -> a vector of samples
 template <class Op, bool kKeeps, class S, class T>
@@ -96,7 +109,7 @@ void acrossThenDown(Image<const S> src, Image<T> dst, Extent e, int distance) {
 
   const Op op;
   const AlphaKeeper<kKeeps, Tag<T>> keep;
-  const std::ptrdiff_t head = n >= 4 * N ? toAlignment<kKeeps ? 4 : 1>(d, dst.at) : 0;
+  const std::ptrdiff_t head = n >= 4 * N ? toAlignment < kKeeps ? 4 : 1 > (d, dst.at) : 0;
   const bool stream = e.stream && dst.step % static_cast<std::ptrdiff_t>(N * sizeof(T)) == 0;
   for (int top = 0; top < e.rows; top += kStencilBlock) {
     const int rows = HWY_MIN(kStencilBlock, e.rows - top);
@@ -129,8 +142,8 @@ inline constexpr std::ptrdiff_t kStencilPiece = 1024;
 // A filter that combines rows first, and then the samples of what comes of it. Op has, as operations of row
 // maps,
 //   Down     of the rows of a window, from top to bottom
-//   Update   instead of it where a row above is known: of its sums, the row that enters and the one that leaves
-//   Across   of the sums from left to right, and of the middle sample
+//   Update   instead of it where a row above is known: of its sums, the row that enters and the one that
+//   leaves Across   of the sums from left to right, and of the middle sample
 template <class Op, bool kKeeps, class T>
 void downThenAcross(Image<const T> src, Image<T> dst, Extent e, int distance) {
   const Tag<T> d;

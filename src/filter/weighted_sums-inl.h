@@ -11,6 +11,9 @@
 #include <bit>
 #include <cstddef>
 #include <type_traits>
+#include <utility>
+
+#include "core/lanes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zopi {
@@ -40,18 +43,40 @@ HWY_INLINE V minus(NoTerms, V v) {
   return hn::Neg(v);
 }
 
-template <int kFactor, class V>
-HWY_INLINE V times(V v) {
-  constexpr unsigned kBits = kFactor;
-  if constexpr (kFactor == 1)
-    return v;
-  else if constexpr (kFactor == 2)
-    return hn::Add(v, v);
-  else if constexpr (std::has_single_bit(kBits))
-    return hn::ShiftLeft<std::countr_zero(kBits)>(v);
-  else
-    return hn::Mul(v, hn::Set(hn::DFromV<V>(), kFactor));
-}
+// The weights that take a multiplication, as vectors: W has all weights of a filter. The compiler must not
+// see that they are constant: it would make shifts and additions of the multiplications, which take longer.
+template <class D, class W>
+class Factors {
+ public:
+  HWY_INLINE Factors() { fill(std::make_integer_sequence<int, W::count>()); }
+
+  template <int kWeight, class V>
+  HWY_INLINE V times(V v) const {
+    constexpr unsigned kBits = kWeight;
+    if constexpr (kWeight == 1)
+      return v;
+    else if constexpr (kWeight == 2)
+      return hn::Add(v, v);
+    else if constexpr (std::has_single_bit(kBits))
+      return hn::ShiftLeft<std::countr_zero(kBits)>(v);
+    else
+      return hn::Mul(v, vectors_[firstOf(kWeight)]);
+  }
+
+ private:
+  static constexpr int magnitude(int i) { return W::at(i) < 0 ? -W::at(i) : W::at(i); }
+  static constexpr int firstOf(int weight) {
+    int i = 0;
+    while (magnitude(i) != weight) ++i;
+    return i;
+  }
+  template <int... I>
+  HWY_INLINE void fill(std::integer_sequence<int, I...>) {
+    ((vectors_[I] = inRegister(hn::Set(D(), magnitude(I)))), ...);
+  }
+
+  hn::Vec<D> vectors_[W::count];
+};
 
 // Integer lanes may be added in any order: terms of one weight are added first and multiplied together, and
 // what counts negatively is taken away at the end. `W::at(i)` is the weight of term(i), of W::count.
@@ -75,25 +100,27 @@ struct IntegerSum {
     return W::at(i) != 0;
   }
 
-  template <int i = 0, class F, class Positive = NoTerms, class Negative = NoTerms>
-  static HWY_INLINE auto of(const F& term, Positive positive = {}, Negative negative = {}) {
+  template <int i = 0, class Factors, class F, class Positive = NoTerms, class Negative = NoTerms>
+  static HWY_INLINE auto of(const Factors& factors, const F& term, Positive positive = {},
+                            Negative negative = {}) {
     if constexpr (i == W::count) {
       return minus(positive, negative);
     } else if constexpr (!leads(i)) {
-      return of<i + 1>(term, positive, negative);
+      return of<i + 1>(factors, term, positive, negative);
     } else {
       constexpr int kWeight = W::at(i) < 0 ? -W::at(i) : W::at(i);
       const auto more = termsOf<kWeight>(term), less = termsOf<-kWeight>(term);
       if constexpr (std::is_same_v<decltype(more), const NoTerms>)
-        return of<i + 1>(term, positive, plus(negative, times<kWeight>(less)));
+        return of<i + 1>(factors, term, positive, plus(negative, factors.template times<kWeight>(less)));
       else
-        return of<i + 1>(term, plus(positive, times<kWeight>(minus(more, less))), negative);
+        return of<i + 1>(factors, term, plus(positive, factors.template times<kWeight>(minus(more, less))),
+                         negative);
     }
   }
 };
 
-// Sums of doubles, from the first term to the last. Where products of weights and terms are exact, as those of
-// two floats are, a fused multiplication is the same as one before the addition.
+// Sums of doubles, from the first term to the last. Where products of weights and terms are exact, as those
+// of two floats are, a fused multiplication is the same as one before the addition.
 template <class W>
 struct RealSum {
   template <int i = 0, class D, class V = hn::Vec<D>, class Sum = NoTerms>

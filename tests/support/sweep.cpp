@@ -74,8 +74,8 @@ Image makeImage(const Function& function, const Argument& argument, const Shape&
   Image image{&argument, {}, {}, {}};
   const int pixelBytes = argument.samples * argument.sampleBytes;
   const int width = shape.width + halo.left + halo.right, height = shape.height + halo.above + halo.below;
-  const std::ptrdiff_t rowBytes = static_cast<std::ptrdiff_t>(width - 1) * pixelBytes +
-                                  reach(function, argument) * argument.sampleBytes;
+  const std::ptrdiff_t rowBytes =
+      static_cast<std::ptrdiff_t>(width - 1) * pixelBytes + reach(function, argument) * argument.sampleBytes;
   const int step = width * pixelBytes + shape.padding;
   const std::ptrdiff_t before = static_cast<std::ptrdiff_t>(halo.above) * step + halo.left * pixelBytes;
   for (int p = 0; p < std::max(argument.planes, 1); ++p) {
