@@ -236,6 +236,37 @@ Image stretched(const Image& picture) {
   return tile;
 }
 
+// A copy of the picture that has two more pixels on each side, as a filter wants them.
+Image withHalo(const Image& picture) {
+  const ZopImageSize size = {picture.size.width + 4, picture.size.height + 4};
+  Image wide = newColourImage(size);
+  check(zopiCopyReplicateBorder_8u_C3R(picture.data(), picture.step, picture.size, wide.data(), wide.step,
+                                       size, 2, 2));
+  return wide;
+}
+
+// What a filter makes of the picture.
+template <class... P>
+Image filtered(const Image& picture, ZopStatus (*filter)(const Zop8u*, int, Zop8u*, int, ZopImageSize, P...),
+               P... parameters) {
+  const Image wide = withHalo(picture);
+  Image tile = newColourImage(picture.size);
+  check(filter(wide.row(2) + 2 * 3, wide.step, tile.data(), tile.step, tile.size, parameters...));
+  return tile;
+}
+
+Image smoothed(const Image& picture) { return filtered(picture, zopiFilterGauss_8u_C3R, 55); }
+Image sharpened(const Image& picture) { return filtered(picture, zopiFilterSharpen_8u_C3R); }
+Image details(const Image& picture) { return filtered(picture, zopiFilterLaplace_8u_C3R, 55); }
+
+// Edges that rise from top to bottom, and those that fall from left to right.
+Image edges(const Image& picture) {
+  Image tile = filtered(picture, zopiFilterSobelHoriz_8u_C3R);
+  const Image falling = filtered(picture, zopiFilterSobelVert_8u_C3R);
+  check(zopiAdd_8u_C3IRSfs(falling.data(), falling.step, tile.data(), tile.step, tile.size, 0));
+  return tile;
+}
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -259,6 +290,10 @@ constexpr Tile kTiles[] = {
     {"Contrast stretched", "zopiScale_8u32f_C3R, zopiScale_32f8u_C3R", stretched},
     {"The middle, its edges repeated", "zopiCopyReplicateBorder_8u_C3R", inItsOwnBorder},
     {"Mirrored, channels in turn", "zopiMirror_8u_C3R, zopiSwapChannels_8u_C3IR", turnedOverInOtherColours},
+    {"Smoothed", "zopiFilterGauss_8u_C3R, 5x5", smoothed},
+    {"Sharpened", "zopiFilterSharpen_8u_C3R", sharpened},
+    {"Details", "zopiFilterLaplace_8u_C3R, 5x5", details},
+    {"Edges", "zopiFilterSobelHoriz_8u_C3R, _SobelVert_8u_C3R", edges},
 };
 
 }  // namespace

@@ -418,8 +418,9 @@ ZOPI_API ZopStatus zopiFilterRobertsDown_32f_AC4R(const Zop32f* pSrc, int srcSte
 ///
 /// `32f` sums are computed in double precision and rounded to single. Two roundings make a result: columns
 /// are summed before rows, but for `FilterLaplace` of 5x5, where it is the other way round. Columns of five
-/// samples are summed in full in the first row; from then on, the sample that enters is added to the rounded
-/// sum and the one that leaves is taken away, and so their errors add up from row to row.
+/// samples are summed in full in the first row, rounded after each sample; from then on, the sample that
+/// enters is added to the rounded sum and the one that leaves is taken away, and so their errors add up from
+/// row to row.
 ///
 /// Sums to `16s` of bytes fit. The halo is one pixel wide with a mask of 3x3 and two with one of 5x5. `C4`
 /// forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone. Rows of `16s`
@@ -526,12 +527,12 @@ ZOPI_API ZopStatus zopiFilterLaplace_8s16s_C1R(const Zop8s* pSrc, int srcStep, Z
 /// 127 52 12`, `7 31 52 31 7`, `2 7 12 7 2` over 571.
 ///
 /// Integers are rounded to nearest; ties exist only with 16 and go to even. `32f` multiplies by stored
-/// factors: 1/16, the float just below the one nearest to 1/9, the one nearest to 1/25, and for `FilterGauss`
-/// of 5x5 those nearest to each weight over 571. Its sums are computed in double precision and rounded to
-/// single; two roundings make a result: columns are summed before rows, but for `FilterGauss` of 5x5, where
-/// it is the other way round. Columns of five samples are summed in full in the first row; from then on, the
-/// sample that enters is added to the rounded sum and the one that leaves is taken away, and so their errors
-/// add up from row to row.
+/// factors: 1/16, the float with bits 0x3DE38E37 (a little below 1/9), the one nearest to 1/25, and for
+/// `FilterGauss` of 5x5 those nearest to each weight over 571. Its sums are computed in double precision and
+/// rounded to single; two roundings make a result: columns are summed before rows, but for `FilterGauss` of
+/// 5x5, where it is the other way round. Columns of five samples are summed in full in the first row, rounded
+/// after each sample; from then on, the sample that enters is added to the rounded sum and the one that
+/// leaves is taken away, and so their errors add up from row to row.
 ///
 /// The halo is one pixel wide with a mask of 3x3 and two with one of 5x5. `C4` forms treat alpha like any
 /// other channel, `AC4` forms leave the destination's alpha alone. Rows of `16s` and `32f` advance by whole

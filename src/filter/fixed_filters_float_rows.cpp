@@ -53,24 +53,26 @@ constexpr bool isDifference() {
   return ones == 2 && others == 0;
 }
 
-template <class W, int kDivisor = 1, class D, class... V>
-HWY_INLINE hn::Vec<D> rounded(D d, V... terms) {
-  if constexpr (isDifference<W>() && kDivisor == 1) {
-    const hn::Vec<D> all[] = {terms...};
-    return RealSum<W>::of(d, all);
-  } else {
-    return inDoubles(
-        d,
-        [](auto dd, auto... doubles) HWY_ATTR {
-          const hn::Vec<decltype(dd)> all[] = {doubles...};
-          const auto sum = RealSum<W>::of(dd, all);
-          if constexpr (kDivisor == 1)
-            return sum;
-          else
-            return hn::Mul(sum, hn::Set(dd, kFactor<kDivisor>));
-        },
-        terms...);
-  }
+using Floats = SamplesOf<float, Tag<double>>;
+
+// Floats as doubles, and doubles as those that a float holds.
+template <class D>
+HWY_INLINE hn::Vec<D> doubles(D, hn::Vec<D> v) {
+  return v;
+}
+template <class D>
+HWY_INLINE hn::Vec<D> doubles(D d, hn::Vec<Floats> v) {
+  return hn::PromoteTo(d, v);
+}
+template <class D>
+HWY_INLINE hn::Vec<D> rounded(D d, hn::Vec<D> v) {
+  return hn::PromoteTo(d, hn::DemoteTo(Floats(), v));
+}
+
+template <class W, class D, class... V>
+HWY_INLINE hn::Vec<D> weighted(D d, V... terms) {
+  const hn::Vec<D> all[] = {doubles(d, terms)...};
+  return RealSum<W>::of(d, all);
 }
 
 // Columns first.
@@ -79,16 +81,25 @@ struct ColumnFilter {
   static constexpr int kRadius = kMask.radius;
 
   struct Down {
-    static constexpr bool kApart = true;
+    static constexpr bool kShort = true, kApart = true;
     template <class D, class... V>
     HWY_INLINE hn::Vec<D> operator()(D d, V... rows) const {
-      return rounded<DownWeights<kMask>>(d, rows...);
+      using W = DownWeights<kMask>;
+      if constexpr (isDifference<W>()) {
+        const hn::Vec<Floats> all[] = {rows...};
+        return hn::PromoteTo(d, RealSum<W>::of(Floats(), all));
+      } else {
+        return rounded(d, weighted<W>(d, rows...));
+      }
     }
   };
   struct Across {
+    static constexpr bool kShort = true;
     template <class D, class... V>
-    HWY_INLINE hn::Vec<D> operator()(D d, V... sumsAndMiddle) const {
-      return rounded<AcrossWeights<kMask>, kMask.divisor>(d, sumsAndMiddle...);
+    HWY_INLINE hn::Vec<Floats> operator()(D d, V... sumsAndMiddle) const {
+      auto sum = weighted<AcrossWeights<kMask>>(d, sumsAndMiddle...);
+      if constexpr (kMask.divisor != 1) sum = hn::Mul(sum, hn::Set(d, kFactor<kMask.divisor>));
+      return hn::DemoteTo(Floats(), sum);
     }
   };
 };
@@ -100,17 +111,16 @@ struct RunningFilter : ColumnFilter<kMask> {
   struct Down {
     static constexpr bool kApart = true;
     template <class D, class V, class... Rest>
-    HWY_INLINE V operator()(D, V first, Rest... rows) const {
+    HWY_INLINE hn::Vec<D> operator()(D d, V first, Rest... rows) const {
       ((first = hn::Add(first, rows)), ...);
-      return first;
+      return hn::PromoteTo(d, first);
     }
   };
   struct Update {
+    static constexpr bool kShort = true;
     template <class D, class V>
-    HWY_INLINE V operator()(D d, V sums, V entering, V leaving) const {
-      return inDoubles(
-          d, [](auto, auto s, auto in, auto out) HWY_ATTR { return hn::Sub(hn::Add(s, in), out); }, sums,
-          entering, leaving);
+    HWY_INLINE hn::Vec<D> operator()(D d, hn::Vec<D> sums, V entering, V leaving) const {
+      return rounded(d, hn::Sub(hn::Add(sums, doubles(d, entering)), doubles(d, leaving)));
     }
   };
 };
@@ -132,15 +142,21 @@ struct RowFilter {
     static constexpr double at(int) { return 1; }
   };
 
+  // A sum of floats in double precision, rounded to a float.
+  template <class W, class... Terms>
+  static HWY_INLINE V sumOf(Terms... terms) {
+    return inDoubles(
+        Tag<float>(), [](auto d, auto... t) HWY_ATTR { return weighted<W>(d, t...); }, terms...);
+  }
+
   template <class Source>
   HWY_INLINE Row across(const Source& source) const {
     const V a = source.at(-2), b = source.at(-1), c = source.at(0), e = source.at(1), f = source.at(2);
-    const Tag<float> d;
-    return {rounded<Weights<0>>(d, a, b, c, e, f), rounded<Weights<1>>(d, a, b, c, e, f),
-            rounded<Weights<2>>(d, a, b, c, e, f)};
+    return {sumOf<Weights<0>>(a, b, c, e, f), sumOf<Weights<1>>(a, b, c, e, f),
+            sumOf<Weights<2>>(a, b, c, e, f)};
   }
   HWY_INLINE V down(const std::array<Row, 5>& rows) const {
-    return rounded<Ones>(Tag<float>(), rows[0][0], rows[1][1], rows[2][2], rows[3][1], rows[4][0]);
+    return sumOf<Ones>(rows[0][0], rows[1][1], rows[2][2], rows[3][1], rows[4][0]);
   }
 };
 
@@ -148,7 +164,7 @@ using T = Zop32f;
 
 template <template <const Mask&> class Filter, const Mask& kMask>
 constexpr StencilRows<T, T> columnsFirst() {
-  return {downThenAcross<Filter<kMask>, false, T>, downThenAcross<Filter<kMask>, true, T>};
+  return {downThenAcross<Filter<kMask>, false>, downThenAcross<Filter<kMask>, true>};
 }
 template <const Mask& kMask>
 constexpr StencilRows<T, T> columnsFirst() {

@@ -135,54 +135,65 @@ void acrossThenDown(Image<const S> src, Image<T> dst, Extent e, int distance) {
   if (stream) hwy::FlushStream();
 }
 
-// Where a filter's columns are summed first, their sums stand in a buffer of so many samples and their halo.
-// It lies in the innermost cache together with the rows that it is made from.
+// Where a filter's columns are summed first, their sums stand in a buffer of so many and their halo. It lies
+// in the innermost cache together with the rows that it is made from.
 inline constexpr std::ptrdiff_t kStencilPiece = 1024;
 
-// A filter that combines rows first, and then the samples of what comes of it. Op has, as operations of row
-// maps,
+// A filter of floats that combines rows first, and then the columns that come of it, which are kept as
+// doubles. Op has, as operations of row maps in lanes of doubles,
 //   Down     of the rows of a window, from top to bottom
 //   Update   instead of it where a row above is known: of its sums, the row that enters and the one that
 //   leaves Across   of the sums from left to right, and of the middle sample
-template <class Op, bool kKeeps, class T>
-void downThenAcross(Image<const T> src, Image<T> dst, Extent e, int distance) {
-  const Tag<T> d;
-  using Operand = ImageOperand<Tag<T>>;
+template <class Op, bool kKeeps>
+void downThenAcross(Image<const float> src, Image<float> dst, Extent e, int distance) {
+  const Tag<double> d;
+  using Samples = SamplesOf<float, Tag<double>>;
+  using Sums = ImageOperand<Tag<double>>;
   constexpr int r = Op::kRadius;
+  constexpr bool runs = requires { typename Op::Update; };
   constexpr auto kTaps = std::make_index_sequence<2 * r + 1>();
-  HWY_ALIGN T sums[kStencilPiece + 2 * r * AC4::channels];
-  PatternOperand<Tag<T>> written(writtenSamples<T, AC4::channels, AC4::colours>());
-  for (std::ptrdiff_t x = 0; x < e.length; x += kStencilPiece) {
+  HWY_ALIGN double sums[kStencilPiece + 2 * r * AC4::channels];
+  PatternOperand<Samples> written(writtenSamples<float, AC4::channels, AC4::colours>());
+  const auto pieceOfRow = [&](std::ptrdiff_t x, std::ptrdiff_t y) HWY_ATTR {
     const std::ptrdiff_t n = HWY_MIN(kStencilPiece, e.length - x), withHalo = n + 2 * r * distance;
-    for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
-      const auto rowAt = [&](std::ptrdiff_t j) HWY_ATTR {
-        return Operand{src, src.row(y + j) + x - r * distance};
-      };
-      const auto sumDown = [&]<std::size_t... J>(std::index_sequence<J...>) HWY_ATTR {
-        Operand rows[] = {rowAt(static_cast<std::ptrdiff_t>(J) - r)...};
-        mapRow(d, typename Op::Down(), sums, withHalo, false, rows[J]...);
-      };
-      if constexpr (requires { typename Op::Update; }) {
-        if (y > 0) {
-          Operand before = {{}, sums}, entering = rowAt(r), leaving = rowAt(-r - 1);
-          mapRow(d, typename Op::Update(), sums, withHalo, false, before, entering, leaving);
-        } else {
-          sumDown(kTaps);
-        }
+    const auto rowAt = [&](std::ptrdiff_t j) HWY_ATTR {
+      return ImageOperand<Samples>{src, src.row(y + j) + x - r * distance};
+    };
+    const auto sumDown = [&]<std::size_t... J>(std::index_sequence<J...>) HWY_ATTR {
+      ImageOperand<Samples> rows[] = {rowAt(static_cast<std::ptrdiff_t>(J) - r)...};
+      mapRow(d, typename Op::Down(), sums, withHalo, false, rows[J]...);
+    };
+    if constexpr (runs) {
+      if (y > 0) {
+        Sums before = {{}, sums};
+        ImageOperand<Samples> entering = rowAt(r), leaving = rowAt(-r - 1);
+        mapRow(d, typename Op::Update(), sums, withHalo, false, before, entering, leaving);
       } else {
         sumDown(kTaps);
       }
-      const auto sumAcross = [&]<std::size_t... I>(std::index_sequence<I...>) HWY_ATTR {
-        using Across = typename Op::Across;
-        T* out = dst.row(y) + x;
-        Operand taps[] = {Operand{{}, sums + static_cast<std::ptrdiff_t>(I) * distance}...},
-                middle = {src, src.row(y) + x}, old = {dst, out};
-        if constexpr (kKeeps)
-          mapRow(d, Keeping<Across>(), out, n, false, old, written, taps[I]..., middle);
-        else
-          mapRow(d, Across(), out, n, e.stream, taps[I]..., middle);
-      };
-      sumAcross(kTaps);
+    } else {
+      sumDown(kTaps);
+    }
+    const auto sumAcross = [&]<std::size_t... I>(std::index_sequence<I...>) HWY_ATTR {
+      using Across = typename Op::Across;
+      float* out = dst.row(y) + x;
+      Sums taps[] = {Sums{{}, sums + static_cast<std::ptrdiff_t>(I) * distance}...};
+      ImageOperand<Samples> middle = {src, src.row(y) + x}, old = {dst, out};
+      if constexpr (kKeeps)
+        mapRow(d, Keeping<Across>(), out, n, false, old, written, taps[I]..., middle);
+      else
+        mapRow(d, Across(), out, n, e.stream, taps[I]..., middle);
+    };
+    sumAcross(kTaps);
+  };
+  // Memory likes whole rows, but sums that are kept have to stay in the buffer from row to row.
+  if constexpr (runs) {
+    for (std::ptrdiff_t x = 0; x < e.length; x += kStencilPiece) {
+      for (std::ptrdiff_t y = 0; y < e.rows; ++y) pieceOfRow(x, y);
+    }
+  } else {
+    for (std::ptrdiff_t y = 0; y < e.rows; ++y) {
+      for (std::ptrdiff_t x = 0; x < e.length; x += kStencilPiece) pieceOfRow(x, y);
     }
   }
   if (e.stream) hwy::FlushStream();
