@@ -181,20 +181,32 @@ constexpr StencilRows<T, T> rowsFirst() {
 
 constexpr FixedRows<T, T> makeTable() {
   using namespace masks;
-  return {{{columnsFirst<kPrewittVert>(), {}},
-           {columnsFirst<kPrewittHoriz>(), {}},
-           {columnsFirst<kSobelVert3>(), columnsFirst<kSobelVert5>()},
-           {columnsFirst<kSobelHoriz3>(), columnsFirst<kSobelHoriz5>()},
-           {columnsFirst<kSobelVertSecond3>(), columnsFirst<kSobelVertSecond5>()},
-           {columnsFirst<kSobelHorizSecond3>(), columnsFirst<kSobelHorizSecond5>()},
-           {columnsFirst<kSobelCross3>(), columnsFirst<kSobelCross5>()},
-           {columnsFirst<kScharrVert>(), {}},
-           {columnsFirst<kScharrHoriz>(), {}},
-           {columnsFirst<kLaplace3>(), rowsFirst<kLaplace5>()},
-           {columnsFirst<kGauss3>(), rowsFirst<kGauss5>()},
-           {columnsFirst<kLaplace3>(), columnsRunning<kHipass5>()},
-           {columnsFirst<kLowpass3>(), columnsRunning<kLowpass5>()},
-           {columnsFirst<kSharpen>(), {}}}};
+  FixedRows<T, T> table = {};
+  auto& rows = table.rows;
+  rows[kFilterPrewittVert][0] = columnsFirst<kPrewittVert>();
+  rows[kFilterPrewittHoriz][0] = columnsFirst<kPrewittHoriz>();
+  rows[kFilterSobelVert][0] = columnsFirst<kSobelVert3>();
+  rows[kFilterSobelVert][1] = columnsFirst<kSobelVert5>();
+  rows[kFilterSobelHoriz][0] = columnsFirst<kSobelHoriz3>();
+  rows[kFilterSobelHoriz][1] = columnsFirst<kSobelHoriz5>();
+  rows[kFilterSobelVertSecond][0] = columnsFirst<kSobelVertSecond3>();
+  rows[kFilterSobelVertSecond][1] = columnsFirst<kSobelVertSecond5>();
+  rows[kFilterSobelHorizSecond][0] = columnsFirst<kSobelHorizSecond3>();
+  rows[kFilterSobelHorizSecond][1] = columnsFirst<kSobelHorizSecond5>();
+  rows[kFilterSobelCross][0] = columnsFirst<kSobelCross3>();
+  rows[kFilterSobelCross][1] = columnsFirst<kSobelCross5>();
+  rows[kFilterScharrVert][0] = columnsFirst<kScharrVert>();
+  rows[kFilterScharrHoriz][0] = columnsFirst<kScharrHoriz>();
+  rows[kFilterLaplace][0] = columnsFirst<kLaplace3>();
+  rows[kFilterLaplace][1] = rowsFirst<kLaplace5>();
+  rows[kFilterGauss][0] = columnsFirst<kGauss3>();
+  rows[kFilterGauss][1] = rowsFirst<kGauss5>();
+  rows[kFilterHipass][0] = columnsFirst<kLaplace3>();
+  rows[kFilterHipass][1] = columnsRunning<kHipass5>();
+  rows[kFilterLowpass][0] = columnsFirst<kLowpass3>();
+  rows[kFilterLowpass][1] = columnsRunning<kLowpass5>();
+  rows[kFilterSharpen][0] = columnsFirst<kSharpen>();
+  return table;
 }
 
 constexpr FixedRows<T, T> kTable = makeTable();

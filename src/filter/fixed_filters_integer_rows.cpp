@@ -180,9 +180,7 @@ struct Filter {
 
 template <const Mask& kMask, class S, class T>
 constexpr StencilRows<S, T> rowsOf() {
-  if constexpr (kMask.radius == 0)
-    return {};
-  else if constexpr (sizeof(S) == sizeof(T))
+  if constexpr (sizeof(S) == sizeof(T))
     return {acrossThenDown<Filter<kMask, S, T>, false, S, T>,
             acrossThenDown<Filter<kMask, S, T>, true, S, T>};
   else
@@ -192,36 +190,45 @@ constexpr StencilRows<S, T> rowsOf() {
 template <class T>
 constexpr FixedRows<T, T> saturating() {
   using namespace masks;
-  return {{{rowsOf<kPrewittVert, T, T>(), {}},
-           {rowsOf<kPrewittHoriz, T, T>(), {}},
-           {rowsOf<kSobelVert3, T, T>(), {}},
-           {rowsOf<kSobelHoriz3, T, T>(), {}},
-           {},
-           {},
-           {},
-           {},
-           {},
-           {rowsOf<kLaplace3, T, T>(), rowsOf<kLaplace5, T, T>()},
-           {rowsOf<kGauss3, T, T>(), rowsOf<kGauss5, T, T>()},
-           {rowsOf<kLaplace3, T, T>(), rowsOf<kHipass5, T, T>()},
-           {rowsOf<kLowpass3, T, T>(), rowsOf<kLowpass5, T, T>()},
-           {rowsOf<kSharpen, T, T>(), {}}}};
+  FixedRows<T, T> table = {};
+  auto& rows = table.rows;
+  rows[kFilterPrewittVert][0] = rowsOf<kPrewittVert, T, T>();
+  rows[kFilterPrewittHoriz][0] = rowsOf<kPrewittHoriz, T, T>();
+  rows[kFilterSobelVert][0] = rowsOf<kSobelVert3, T, T>();
+  rows[kFilterSobelHoriz][0] = rowsOf<kSobelHoriz3, T, T>();
+  rows[kFilterLaplace][0] = rowsOf<kLaplace3, T, T>();
+  rows[kFilterLaplace][1] = rowsOf<kLaplace5, T, T>();
+  rows[kFilterGauss][0] = rowsOf<kGauss3, T, T>();
+  rows[kFilterGauss][1] = rowsOf<kGauss5, T, T>();
+  rows[kFilterHipass][0] = rowsOf<kLaplace3, T, T>();
+  rows[kFilterHipass][1] = rowsOf<kHipass5, T, T>();
+  rows[kFilterLowpass][0] = rowsOf<kLowpass3, T, T>();
+  rows[kFilterLowpass][1] = rowsOf<kLowpass5, T, T>();
+  rows[kFilterSharpen][0] = rowsOf<kSharpen, T, T>();
+  return table;
 }
 
 template <class S>
 constexpr FixedRows<S, Zop16s> widening() {
   using namespace masks;
   using T = Zop16s;
-  return {{{},
-           {},
-           {rowsOf<kSobelVert3, S, T>(), rowsOf<kSobelVert5, S, T>()},
-           {rowsOf<kSobelHoriz3, S, T>(), rowsOf<kSobelHoriz5, S, T>()},
-           {rowsOf<kSobelVertSecond3, S, T>(), rowsOf<kSobelVertSecond5, S, T>()},
-           {rowsOf<kSobelHorizSecond3, S, T>(), rowsOf<kSobelHorizSecond5, S, T>()},
-           {rowsOf<kSobelCross3, S, T>(), rowsOf<kSobelCross5, S, T>()},
-           {rowsOf<kScharrVert, S, T>(), {}},
-           {rowsOf<kScharrHoriz, S, T>(), {}},
-           {rowsOf<kLaplace3, S, T>(), rowsOf<kLaplace5, S, T>()}}};
+  FixedRows<S, T> table = {};
+  auto& rows = table.rows;
+  rows[kFilterSobelVert][0] = rowsOf<kSobelVert3, S, T>();
+  rows[kFilterSobelVert][1] = rowsOf<kSobelVert5, S, T>();
+  rows[kFilterSobelHoriz][0] = rowsOf<kSobelHoriz3, S, T>();
+  rows[kFilterSobelHoriz][1] = rowsOf<kSobelHoriz5, S, T>();
+  rows[kFilterSobelVertSecond][0] = rowsOf<kSobelVertSecond3, S, T>();
+  rows[kFilterSobelVertSecond][1] = rowsOf<kSobelVertSecond5, S, T>();
+  rows[kFilterSobelHorizSecond][0] = rowsOf<kSobelHorizSecond3, S, T>();
+  rows[kFilterSobelHorizSecond][1] = rowsOf<kSobelHorizSecond5, S, T>();
+  rows[kFilterSobelCross][0] = rowsOf<kSobelCross3, S, T>();
+  rows[kFilterSobelCross][1] = rowsOf<kSobelCross5, S, T>();
+  rows[kFilterScharrVert][0] = rowsOf<kScharrVert, S, T>();
+  rows[kFilterScharrHoriz][0] = rowsOf<kScharrHoriz, S, T>();
+  rows[kFilterLaplace][0] = rowsOf<kLaplace3, S, T>();
+  rows[kFilterLaplace][1] = rowsOf<kLaplace5, S, T>();
+  return table;
 }
 
 constexpr FixedIntegerTable kTable = {saturating<Zop8u>(), saturating<Zop16s>(), widening<Zop8u>(),

@@ -109,7 +109,8 @@ void acrossThenDown(Image<const S> src, Image<T> dst, Extent e, int distance) {
 
   const Op op;
   const AlphaKeeper<kKeeps, Tag<T>> keep;
-  const std::ptrdiff_t head = n >= 4 * N ? toAlignment < kKeeps ? 4 : 1 > (d, dst.at) : 0;
+  constexpr int kGroup = kKeeps ? AC4::channels : 1;
+  const std::ptrdiff_t head = n >= 4 * N ? toAlignment<kGroup>(d, dst.at) : 0;
   const bool stream = e.stream && dst.step % static_cast<std::ptrdiff_t>(N * sizeof(T)) == 0;
   for (int top = 0; top < e.rows; top += kStencilBlock) {
     const int rows = HWY_MIN(kStencilBlock, e.rows - top);
@@ -142,8 +143,8 @@ inline constexpr std::ptrdiff_t kStencilPiece = 1024;
 // A filter of floats that combines rows first, and then the columns that come of it, which are kept as
 // doubles. Op has, as operations of row maps in lanes of doubles,
 //   Down     of the rows of a window, from top to bottom
-//   Update   instead of it where a row above is known: of its sums, the row that enters and the one that
-//   leaves Across   of the sums from left to right, and of the middle sample
+//   Update   of a column's sum, the row that enters and the one that leaves, if the first row alone has Down
+//   Across   of the sums from left to right, and of the middle sample
 template <class Op, bool kKeeps>
 void downThenAcross(Image<const float> src, Image<float> dst, Extent e, int distance) {
   const Tag<double> d;
