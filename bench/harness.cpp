@@ -83,9 +83,9 @@ double median(std::vector<double>& values) {
 }
 
 void runRow(benchmark::State& state, Contents contents, const std::vector<PixelBytes>& sources,
-            const std::vector<PixelBytes>& destinations, const Call& call, int border) {
+            const std::vector<PixelBytes>& destinations, const Call& call, int border, int halo) {
   const ZopImageSize size = {static_cast<int>(state.range(0)), static_cast<int>(state.range(1))};
-  const Frame frame(size, contents, sources, destinations, border);
+  const Frame frame(size, contents, sources, destinations, border, halo);
   call(frame);
   // Batches of half a millisecond and at least four calls, so that neither the clock nor one slow call shows.
   const double once = std::max(seconds(3, [&] { call(frame); }) / 3, 1e-9);
@@ -113,14 +113,18 @@ Frame::Image Frame::allocate(ZopImageSize size, Contents contents, PixelBytes pi
     const float number = static_cast<float>(word >> 8) * 0x1p-16f;
     std::memcpy(data + i, contents == Contents::Numbers ? static_cast<const void*>(&number) : &word, 4);
   }
-  return {{data, zopiFree}, step, bytes};
+  return {{data, zopiFree}, step, bytes, 0};
 }
 
 Frame::Frame(ZopImageSize frameSize, Contents contents, const std::vector<PixelBytes>& sourcePixelBytes,
-             const std::vector<PixelBytes>& destinationPixelBytes, int border)
+             const std::vector<PixelBytes>& destinationPixelBytes, int border, int halo)
     : size(frameSize), sizeWithBorder{size.width + 2 * border, size.height + 2 * border} {
   unsigned seed = 0;
-  for (const PixelBytes bytes : sourcePixelBytes) sources_.push_back(allocate(size, contents, bytes, ++seed));
+  const ZopImageSize sizeWithHalo = {size.width + 2 * halo, size.height + 2 * halo};
+  for (const PixelBytes bytes : sourcePixelBytes) {
+    sources_.push_back(allocate(sizeWithHalo, contents, bytes, ++seed));
+    sources_.back().before = static_cast<std::ptrdiff_t>(halo) * sources_.back().step + bytes.ofRow(halo);
+  }
   for (const PixelBytes bytes : destinationPixelBytes)
     destinations_.push_back(allocate(sizeWithBorder, contents, bytes, ++seed));
 }
@@ -149,12 +153,12 @@ double Frame::secondsOfTraversal(int times) const {
 }
 
 void add(const std::string& name, std::vector<PixelBytes> sourcePixelBytes,
-         std::vector<PixelBytes> destinationPixelBytes, Call call, int border) {
+         std::vector<PixelBytes> destinationPixelBytes, Call call, int border, int halo) {
   const Contents contents = name.find("_32f") != std::string::npos ? Contents::Numbers : Contents::Noise;
   benchmark::RegisterBenchmark(name.c_str(),
                                [=](benchmark::State& state) {
                                  runRow(state, contents, sourcePixelBytes, destinationPixelBytes, call,
-                                        border);
+                                        border, halo);
                                })
       ->Args({64, 64})
       ->Args({640, 480})

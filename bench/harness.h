@@ -27,17 +27,18 @@ struct PixelBytes {
   int ofRow(int width) const { return static_cast<int>(width * value); }
 };
 
-// The images of a call: what it reads, then what it writes, which may have a border on all sides.
+// The images of a call: what it reads, which may have a halo on all sides, then what it writes, which may
+// have a border. `source` is the first pixel inside the halo.
 class Frame {
  public:
   Frame(ZopImageSize size, Contents contents, const std::vector<PixelBytes>& sourcePixelBytes,
-        const std::vector<PixelBytes>& destinationPixelBytes, int border = 0);
+        const std::vector<PixelBytes>& destinationPixelBytes, int border = 0, int halo = 0);
 
   ZopImageSize size, sizeWithBorder;
 
   template <class T = Zop8u>
   const T* source(int i) const {
-    return reinterpret_cast<const T*>(sources_[i].data.get());
+    return reinterpret_cast<const T*>(sources_[i].data.get() + sources_[i].before);
   }
   int sourceStep(int i) const { return sources_[i].step; }
   template <class T = Zop8u>
@@ -55,6 +56,7 @@ class Frame {
     std::unique_ptr<unsigned char, void (*)(void*)> data;
     int step;
     std::size_t bytes;
+    std::ptrdiff_t before = 0;  // bytes of the halo ahead of the first pixel
   };
   static Image allocate(ZopImageSize size, Contents contents, PixelBytes pixelBytes, unsigned seed);
   void traverse(const Way& way) const;
@@ -67,6 +69,6 @@ using Call = std::function<void(const Frame& frame)>;
 // Registers a row at 64x64, 640x480 and 3840x2160 pixels. The images of functions whose name says `_32f` hold
 // numbers.
 void add(const std::string& name, std::vector<PixelBytes> sourcePixelBytes,
-         std::vector<PixelBytes> destinationPixelBytes, Call call, int border = 0);
+         std::vector<PixelBytes> destinationPixelBytes, Call call, int border = 0, int halo = 0);
 
 }  // namespace bench

@@ -278,6 +278,27 @@ Image chromaOnly(const Image& picture, int plane) {
 }
 Image blueChroma(const Image& picture) { return chromaOnly(picture, 1); }
 Image redChroma(const Image& picture) { return chromaOnly(picture, 2); }
+
+// The hue of every pixel, as pure as it gets. Grays have none, and show as red.
+Image pureHues(const Image& picture) {
+  const Zop8u keepHue[3] = {255, 0, 0}, full[3] = {0, 255, 255};
+  Image tile = newColourImage(picture.size);
+  check(zopiRGBToHSV_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size));
+  check(zopiAndC_8u_C3IR(keepHue, tile.data(), tile.step, tile.size));
+  check(zopiOrC_8u_C3IR(full, tile.data(), tile.step, tile.size));
+  check(zopiHSVToRGB_8u_C3R(tile.data(), tile.step, tile.data(), tile.step, tile.size));
+  return tile;
+}
+
+Image saturated(const Image& picture) {
+  const Zop8u more[3] = {2, 2, 5};  // in halves
+  Image tile = newColourImage(picture.size);
+  check(zopiRGBToHLS_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size));
+  check(zopiMulC_8u_C3IRSfs(more, tile.data(), tile.step, tile.size, 1));
+  check(zopiHLSToRGB_8u_C3R(tile.data(), tile.step, tile.data(), tile.step, tile.size));
+  return tile;
+}
+
 Image linearLight(const Image& picture) {
   Image tile = newColourImage(picture.size);
   check(zopiGammaInv_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size));
@@ -297,24 +318,42 @@ Image gray(const Image& picture) {
   Image tile = newColourImage(picture.size);
   for (int c = 0; c < 3; ++c)
     check(zopiCopy_8u_C1C3R(luma.data(), luma.step, tile.data() + c, tile.step, tile.size));
-// The hue of every pixel, as pure as it gets. Grays have none, and show as red.
-Image pureHues(const Image& picture) {
-  const Zop8u keepHue[3] = {255, 0, 0}, full[3] = {0, 255, 255};
-  Image tile = newColourImage(picture.size);
-  check(zopiRGBToHSV_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size));
-  check(zopiAndC_8u_C3IR(keepHue, tile.data(), tile.step, tile.size));
-  check(zopiOrC_8u_C3IR(full, tile.data(), tile.step, tile.size));
-  check(zopiHSVToRGB_8u_C3R(tile.data(), tile.step, tile.data(), tile.step, tile.size));
   return tile;
 }
 
-Image saturated(const Image& picture) {
-  const Zop8u more[3] = {2, 2, 5};  // in halves
+// A copy of the picture that has two more pixels on each side, as a filter wants them.
+Image withHalo(const Image& picture) {
+  const ZopImageSize size = {picture.size.width + 4, picture.size.height + 4};
+  Image wide = newColourImage(size);
+  check(zopiCopyReplicateBorder_8u_C3R(picture.data(), picture.step, picture.size, wide.data(), wide.step,
+                                       size, 2, 2));
+  return wide;
+}
+
+// What a filter makes of the picture.
+template <class... P>
+Image filtered(const Image& picture, ZopStatus (*filter)(const Zop8u*, int, Zop8u*, int, ZopImageSize, P...),
+               P... parameters) {
+  const Image wide = withHalo(picture);
   Image tile = newColourImage(picture.size);
-  check(zopiRGBToHLS_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size));
-  check(zopiMulC_8u_C3IRSfs(more, tile.data(), tile.step, tile.size, 1));
-  check(zopiHLSToRGB_8u_C3R(tile.data(), tile.step, tile.data(), tile.step, tile.size));
+  check(filter(wide.row(2) + 2 * 3, wide.step, tile.data(), tile.step, tile.size, parameters...));
   return tile;
+}
+
+Image smoothed(const Image& picture) { return filtered(picture, zopiFilterGauss_8u_C3R, 55); }
+Image sharpened(const Image& picture) { return filtered(picture, zopiFilterSharpen_8u_C3R); }
+Image details(const Image& picture) { return filtered(picture, zopiFilterLaplace_8u_C3R, 55); }
+
+// Edges that rise from top to bottom, and those that fall from left to right.
+Image edges(const Image& picture) {
+  Image tile = filtered(picture, zopiFilterSobelHoriz_8u_C3R);
+  const Image falling = filtered(picture, zopiFilterSobelVert_8u_C3R);
+  check(zopiAdd_8u_C3IRSfs(falling.data(), falling.step, tile.data(), tile.step, tile.size, 0));
+  return tile;
+}
+
+Image averagedBy5x5(const Image& picture) {
+  return filtered(picture, zopiFilterBox_8u_C3R, ZopImageSize{5, 5}, ZopImagePoint{2, 2});
 }
 
 constexpr Tile kTiles[] = {
@@ -339,15 +378,20 @@ constexpr Tile kTiles[] = {
     {"Four levels a channel", "zopiAndC_8u_C3R, zopiOrC_8u_C3IR", posterised},
     {"Contrast stretched", "zopiScale_8u32f_C3R, zopiScale_32f8u_C3R", stretched},
     {"The middle, its edges repeated", "zopiCopyReplicateBorder_8u_C3R", inItsOwnBorder},
+    {"Mirrored, channels in turn", "zopiMirror_8u_C3R, zopiSwapChannels_8u_C3IR", turnedOverInOtherColours},
     {"Luma alone, Y", "zopiRGBToYCbCr420_8u_C3P3R and back", lumaOnly},
     {"Chroma alone, Cb", "zopiRGBToYCbCr420_8u_C3P3R and back", blueChroma},
     {"Chroma alone, Cr", "zopiRGBToYCbCr420_8u_C3P3R and back", redChroma},
-    {"Mirrored, channels in turn", "zopiMirror_8u_C3R, zopiSwapChannels_8u_C3IR", turnedOverInOtherColours},
+    {"Hues at their purest", "zopiRGBToHSV_8u_C3R, zopiHSVToRGB_8u_C3R", pureHues},
+    {"Saturation times 2.5", "zopiRGBToHLS_8u_C3R, zopiHLSToRGB_8u_C3R", saturated},
     {"In linear light", "zopiGammaInv_8u_C3R", linearLight},
     {"Sepia", "zopiColorTwist32f_8u_C3R", sepia},
     {"Gray", "zopiRGBToGray_8u_C3C1R, zopiCopy_8u_C1C3R", gray},
-    {"Hues at their purest", "zopiRGBToHSV_8u_C3R, zopiHSVToRGB_8u_C3R", pureHues},
-    {"Saturation times 2.5", "zopiRGBToHLS_8u_C3R, zopiHLSToRGB_8u_C3R", saturated},
+    {"Means of 5x5", "zopiFilterBox_8u_C3R", averagedBy5x5},
+    {"Smoothed", "zopiFilterGauss_8u_C3R, 5x5", smoothed},
+    {"Sharpened", "zopiFilterSharpen_8u_C3R", sharpened},
+    {"Details", "zopiFilterLaplace_8u_C3R, 5x5", details},
+    {"Edges", "zopiFilterSobelHoriz_8u_C3R, _SobelVert_8u_C3R", edges},
 };
 
 }  // namespace

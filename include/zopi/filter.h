@@ -12,6 +12,671 @@
 extern "C" {
 #endif
 
+/// @name Edges by Prewitt's and Sobel's masks of 3x3
+///
+/// Each sample becomes the sum of its window, weighted by a mask. `FilterPrewittVert`: rows `1 0 -1`, `1 0
+/// -1`, `1 0 -1`; `FilterPrewittHoriz`: rows `-1 -1 -1`, `0 0 0`, `1 1 1`; `FilterSobelVert`: rows `1 0 -1`,
+/// `2 0 -2`, `1 0 -1`; `FilterSobelHoriz`: rows `-1 -2 -1`, `0 0 0`, `1 2 1`. The sum is saturated to the
+/// sample's type: of `8u`, only edges that fall from left to right, or rise from top to bottom, are seen.
+///
+/// `32f`: each column of three rows is summed first, rounded, and then the columns. Sums are computed in
+/// double precision.
+///
+/// The halo is one pixel wide. `C4` forms treat alpha like any other channel, `AC4` forms leave the
+/// destination's alpha alone. Rows of `16s` and `32f` advance by whole samples: what a step holds beyond them
+/// is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterPrewittVert_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterPrewittVert_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterPrewittVert_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterPrewittVert_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterPrewittVert_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterPrewittVert_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterPrewittVert_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterPrewittVert_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterPrewittVert_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterPrewittVert_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiFilterPrewittVert_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterPrewittVert_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterPrewittHoriz_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterPrewittHoriz_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterPrewittHoriz_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterPrewittHoriz_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterPrewittHoriz_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterPrewittHoriz_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterPrewittHoriz_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterPrewittHoriz_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterPrewittHoriz_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterPrewittHoriz_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiFilterPrewittHoriz_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterPrewittHoriz_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterSobelVert_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterSobelVert_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterSobelVert_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterSobelVert_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterSobelVert_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterSobelVert_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterSobelVert_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterSobelVert_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterSobelVert_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterSobelVert_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiFilterSobelVert_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterSobelVert_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// @}
+
+/// @name Derivatives to 16 bits by Sobel's masks
+///
+/// Each sample becomes the sum of its window, weighted by a mask, the product of weights for its rows, from
+/// top to bottom, and for its columns, from left to right. With a mask of 3x3 and of 5x5:
+///
+/// - `FilterSobelVert`: rows `1 2 1`, columns `1 0 -1`; rows `1 4 6 4 1`, columns `1 2 0 -2 -1`
+///
+/// - `FilterSobelHoriz`: rows `-1 0 1`, columns `1 2 1`; rows `-1 -2 0 2 1`, columns `1 4 6 4 1`
+///
+/// - `FilterSobelVertSecond`: rows `1 2 1`, columns `1 -2 1`; rows `1 4 6 4 1`, columns `1 0 -2 0 1`
+///
+/// - `FilterSobelHorizSecond`: rows `1 -2 1`, columns `1 2 1`; rows `1 0 -2 0 1`, columns `1 4 6 4 1`
+///
+/// - `FilterSobelCross`: rows `-1 0 1`, columns `1 0 -1`; rows `-1 -2 0 2 1`, columns `1 2 0 -2 -1`
+///
+/// Every sum fits 16 bits. The halo is one pixel wide with a mask of 3x3 and two with one of 5x5. Rows of the
+/// destination advance by whole samples: what a step holds beyond them is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `maskCode`: 33 for the mask of 3x3, 55 for that of 5x5, whose middle lies on the pixel.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1,
+/// @ref zopStatusBadMaskSize (-33) if `maskCode` is neither 33 nor 55. After a failed check nothing is
+/// written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterSobelVert_8u16s_C1R(const Zop8u* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit signed to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterSobelVert_8s16s_C1R(const Zop8s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_8u16s_C1R(const Zop8u* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 8-bit signed to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterSobelHoriz_8s16s_C1R(const Zop8s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterSobelVertSecond_8u16s_C1R(const Zop8u* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 8-bit signed to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterSobelVertSecond_8s16s_C1R(const Zop8s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterSobelHorizSecond_8u16s_C1R(const Zop8u* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 8-bit signed to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterSobelHorizSecond_8s16s_C1R(const Zop8s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterSobelCross_8u16s_C1R(const Zop8u* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 8-bit signed to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterSobelCross_8s16s_C1R(const Zop8s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// @}
+
+/// @name Derivatives of floats by Sobel's masks
+///
+/// The same masks on floats; `FilterSobelVertMask` and `FilterSobelHorizMask` have those of `FilterSobelVert`
+/// and `FilterSobelHoriz`. The rows of each column are summed first, in double precision and rounded to
+/// single, and then the columns.
+///
+/// The halo is one pixel wide with a mask of 3x3 and two with one of 5x5. Rows advance by whole samples: what
+/// a step holds beyond them is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `maskCode`: 33 for the mask of 3x3, 55 for that of 5x5, whose middle lies on the pixel.
+///   `FilterSobelVertMask` and `FilterSobelHorizMask` take anything but 33 for 55.
+///
+/// Arguments are checked in this order in the forms `32f_C1R`: @ref zopStatusNullPointer (-8) if a pointer is
+/// null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is
+/// below 1, @ref zopStatusBadMaskSize (-33) if `maskCode` is neither 33 nor 55. After a failed check nothing
+/// is written.
+///
+/// Arguments are checked in this order in the forms `32f_C1R`: @ref zopStatusNullPointer (-8) if a pointer is
+/// null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is
+/// below 1. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterSobelVertSecond_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterSobelHorizSecond_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterSobelCross_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterSobelVertMask_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterSobelHorizMask_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// @}
+
+/// @name Derivatives by Scharr's masks
+///
+/// Each sample becomes the sum of its window, weighted by a mask. `FilterScharrVert`: rows `-3 0 3`, `-10 0
+/// 10`, `-3 0 3`, of the other sign than Sobel's; `FilterScharrHoriz`: rows `-3 -10 -3`, `0 0 0`, `3 10 3`.
+///
+/// Every sum of bytes fits 16 bits. `32f`: the rows of each column are summed first, in double precision and
+/// rounded to single, and then the columns. The halo is one pixel wide. Rows of `16s` and `32f` advance by
+/// whole samples: what a step holds beyond them is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterScharrVert_8u16s_C1R(const Zop8u* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit signed to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterScharrVert_8s16s_C1R(const Zop8s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterScharrVert_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterScharrHoriz_8u16s_C1R(const Zop8u* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 8-bit signed to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterScharrHoriz_8s16s_C1R(const Zop8s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterScharrHoriz_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// @}
+
+/// @name Edges by Roberts's differences
+///
+/// Takes from each sample the one above it on the right (`FilterRobertsUp`) or on the left
+/// (`FilterRobertsDown`) and saturates the difference: of `8u`, a negative one becomes 0.
+///
+/// The halo is the row above and one pixel on that side. `AC4` forms leave the destination's alpha alone.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterRobertsUp_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterRobertsUp_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterRobertsUp_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterRobertsUp_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterRobertsUp_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterRobertsUp_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterRobertsUp_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterRobertsUp_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterRobertsUp_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterRobertsDown_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterRobertsDown_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterRobertsDown_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterRobertsDown_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterRobertsDown_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterRobertsDown_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterRobertsDown_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterRobertsDown_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterRobertsDown_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize);
+/// @}
+
+/// @name Laplace's filter and high-pass filters
+///
+/// Each sample becomes the sum of its window, weighted by a mask, and saturated to the destination's type.
+/// With a mask of 3x3, both are 9 times the sample less the sum of its window. With one of 5x5,
+/// `FilterHipass` is 25 times the sample less the sum of its window, and `FilterLaplace` has the rows `-1 -3
+/// -4 -3 -1`, `-3 0 6 0 -3`, `-4 6 20 6 -4`, `-3 0 6 0 -3`, `-1 -3 -4 -3 -1`.
+///
+/// `32f` sums are computed in double precision and rounded to single. Two roundings make a result: columns
+/// are summed before rows, but for `FilterLaplace` of 5x5, where it is the other way round. Columns of five
+/// samples are summed in full in the first row, rounded after each sample; from then on, the sample that
+/// enters is added to the rounded sum and the one that leaves is taken away, and so their errors add up from
+/// row to row.
+///
+/// Sums to `16s` of bytes fit. The halo is one pixel wide with a mask of 3x3 and two with one of 5x5. `C4`
+/// forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone. Rows of `16s`
+/// and `32f` advance by whole samples: what a step holds beyond them is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `maskCode`: 33 for the mask of 3x3, 55 for that of 5x5, whose middle lies on the pixel.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1,
+/// @ref zopStatusBadMaskSize (-33) if `maskCode` is neither 33 nor 55. After a failed check nothing is
+/// written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterLaplace_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterLaplace_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterLaplace_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterLaplace_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterLaplace_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterLaplace_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterLaplace_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterLaplace_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterLaplace_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterLaplace_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiFilterLaplace_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterLaplace_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterHipass_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterHipass_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterHipass_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterHipass_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterHipass_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterHipass_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterHipass_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterHipass_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterHipass_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterHipass_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiFilterHipass_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterHipass_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterLaplace_8u16s_C1R(const Zop8u* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit signed to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterLaplace_8s16s_C1R(const Zop8s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// @}
+
+/// @name Smoothing
+///
+/// Each sample becomes the weighted mean of its window. `FilterLowpass` weighs all alike. `FilterGauss` of
+/// 3x3 has the rows `1 2 1`, `2 4 2`, `1 2 1` over 16; of 5x5 the rows `2 7 12 7 2`, `7 31 52 31 7`, `12 52
+/// 127 52 12`, `7 31 52 31 7`, `2 7 12 7 2` over 571.
+///
+/// Integers are rounded to nearest; ties exist only with 16 and go to even. `32f` multiplies by stored
+/// factors: 1/16, the float with bits 0x3DE38E37 (a little below 1/9), the one nearest to 1/25, and for
+/// `FilterGauss` of 5x5 those nearest to each weight over 571. Its sums are computed in double precision and
+/// rounded to single; two roundings make a result: columns are summed before rows, but for `FilterGauss` of
+/// 5x5, where it is the other way round. Columns of five samples are summed in full in the first row, rounded
+/// after each sample; from then on, the sample that enters is added to the rounded sum and the one that
+/// leaves is taken away, and so their errors add up from row to row.
+///
+/// The halo is one pixel wide with a mask of 3x3 and two with one of 5x5. `C4` forms treat alpha like any
+/// other channel, `AC4` forms leave the destination's alpha alone. Rows of `16s` and `32f` advance by whole
+/// samples: what a step holds beyond them is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `maskCode`: 33 for the mask of 3x3, 55 for that of 5x5, whose middle lies on the pixel.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1,
+/// @ref zopStatusBadMaskSize (-33) if `maskCode` is neither 33 nor 55. After a failed check nothing is
+/// written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterGauss_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterGauss_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterGauss_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterGauss_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterGauss_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterGauss_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterGauss_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterGauss_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterGauss_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterGauss_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiFilterGauss_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterGauss_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterLowpass_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterLowpass_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterLowpass_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterLowpass_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterLowpass_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterLowpass_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterLowpass_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterLowpass_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterLowpass_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// @}
+
+/// @name Sharpening
+///
+/// Each sample becomes 17 times itself less the sum of its window of 3x3, over 8. Integers are rounded to
+/// nearest, ties to even, and saturated. `32f`: the rows of each column are summed first, in double precision
+/// and rounded to single, and then the columns.
+///
+/// The halo is one pixel wide. `C4` forms treat alpha like any other channel, `AC4` forms leave the
+/// destination's alpha alone. Rows of `16s` and `32f` advance by whole samples: what a step holds beyond them
+/// is dropped.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterSharpen_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterSharpen_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterSharpen_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterSharpen_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterSharpen_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterSharpen_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterSharpen_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterSharpen_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterSharpen_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterSharpen_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiFilterSharpen_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterSharpen_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize);
+/// @}
+
 /// @name Mean over a rectangle
 ///
 /// Each sample becomes the mean of its channel over the mask. The time does not depend on the height of the

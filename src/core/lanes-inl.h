@@ -82,7 +82,7 @@ HWY_INLINE hn::Vec<D> narrow(D d, Wide<W> v) {
   const W dw;
   auto even = hn::Min(v.even, hn::Set(dw, Limits::max()));
   auto odd = hn::Min(v.odd, hn::Set(dw, Limits::max()));
-  if constexpr (Limits::is_signed) {
+  if constexpr (std::is_signed_v<hn::TFromD<W>>) {
     even = hn::Max(even, hn::Set(dw, Limits::min()));
     odd = hn::Max(odd, hn::Set(dw, Limits::min()));
   }
