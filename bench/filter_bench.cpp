@@ -21,7 +21,22 @@ void addFilter(const std::string& name, int channels, int halo,
       0, halo);
 }
 
+template <class T>
+void addBox(const std::string& name, int channels,
+            ZopStatus (*function)(const T*, int, T*, int, ZopImageSize, ZopImageSize, ZopImagePoint),
+            int mask) {
+  const std::string size = std::to_string(mask);
+  addFilter(name + "/" + size + "x" + size, channels, mask / 2, function, ZopImageSize{mask, mask},
+            ZopImagePoint{mask / 2, mask / 2});
+}
+
 const bool registered = [] {
+  for (const int mask : {3, 5, 7, 31}) addBox("zopiFilterBox_8u_C1R", 1, zopiFilterBox_8u_C1R, mask);
+  for (const int mask : {3, 5, 31}) addBox("zopiFilterBox_8u_C3R", 3, zopiFilterBox_8u_C3R, mask);
+  addBox("zopiFilterBox_8u_AC4R", 4, zopiFilterBox_8u_AC4R, 5);
+  addBox("zopiFilterBox_16s_C1R", 1, zopiFilterBox_16s_C1R, 5);
+  addBox("zopiFilterBox_32f_C1R", 1, zopiFilterBox_32f_C1R, 5);
+  addBox("zopiFilterBox_32f_C3R", 3, zopiFilterBox_32f_C3R, 5);
   addFilter("zopiFilterSobelHoriz_8u16s_C1R/3x3", 1, 1, zopiFilterSobelHoriz_8u16s_C1R, 33);
   addFilter("zopiFilterSobelVert_8u16s_C1R/5x5", 1, 2, zopiFilterSobelVert_8u16s_C1R, 55);
   addFilter("zopiFilterSobelHoriz_8u_C1R", 1, 1, zopiFilterSobelHoriz_8u_C1R);
