@@ -109,7 +109,8 @@ struct IntegerSum {
       return of<i + 1>(factors, term, positive, negative);
     } else {
       constexpr int kWeight = W::at(i) < 0 ? -W::at(i) : W::at(i);
-      const auto more = termsOf<kWeight>(term), less = termsOf<-kWeight>(term);
+      const auto more = termsOf<kWeight>(term);
+      const auto less = termsOf<-kWeight>(term);
       if constexpr (std::is_same_v<decltype(more), const NoTerms>)
         return of<i + 1>(factors, term, positive, plus(negative, factors.template times<kWeight>(less)));
       else
