@@ -270,11 +270,14 @@ struct NumberBox {
   // A chain is one channel of one row; each has a lane of its own.
   using D = hn::CappedTag<double, 4>;
 
+  // Rows may start at any byte.
   static HWY_INLINE void store(double mean, T* out) {
+    T sample;
     if constexpr (std::is_same_v<T, float>)
-      *out = static_cast<float>(mean);
+      sample = static_cast<float>(mean);
     else
-      *out = static_cast<T>(static_cast<int>(mean) - 32768);
+      sample = static_cast<T>(static_cast<int>(mean) - 32768);
+    std::memcpy(out, &sample, sizeof sample);
   }
   static HWY_INLINE double mean(double sum, double factor) {
     if constexpr (std::is_same_v<T, float>)
