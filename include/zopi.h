@@ -13,6 +13,7 @@
 #include "zopi/core.h"
 #include "zopi/filter.h"
 #include "zopi/logic.h"
+#include "zopi/morphology.h"
 #include "zopi/move.h"
 #include "zopi/reorder.h"
 #include "zopi/stats.h"

@@ -76,6 +76,8 @@ std::vector<Value> shortSteps(const Argument&) {
 }
 
 std::vector<Value> shortStep(const Argument&) { return {2 * kSize.width - 1, 1}; }
+std::vector<Value> tooShort(const Argument&) { return {1}; }
+std::vector<Value> nothing(const Argument&) { return {static_cast<void*>(nullptr)}; }
 std::vector<Value> onePixel(const Argument&) { return {ZopImageSize{1, 3}}; }
 
 // Borders in whose destination an image of kSize has no place.
@@ -112,6 +114,29 @@ const std::vector<OwnCheck> kOwnChecks = {
      [](const Argument&) {
        return std::vector<Value>{ZopImageSize{1, 5}, ZopImageSize{5, 1}, ZopImageSize{-4, -5}};
      }},
+    {"checkPointers(pMask)", "pMask", zopStatusNullPointer, nothing},
+    {"checkPointers(pKernel)", "pKernel", zopStatusNullPointer, nothing},
+    {"checkMaskSize(maskSize)", "maskSize", zopStatusBadMaskSize,
+     [](const Argument&) {
+       return std::vector<Value>{ZopImageSize{0, 5}, ZopImageSize{4, 0}, ZopImageSize{-4, -5}};
+     }},
+    {"checkElement(pMask,maskSize)", "pMask", zopStatusZeroMask,
+     [](const Argument&) {
+       static Zop8u none[20];
+       return std::vector<Value>{static_cast<void*>(none)};
+     }},
+    {"checkStrides<@L,@S>(srcStep,dstStep,roiSize,maskSize)", "srcStep", zopStatusBadStride, tooShort},
+    {"checkStrides<@L,@S>(srcStep,dstStep,roiSize,maskSize)", "dstStep", zopStatusBadStride, tooShort},
+    {"checkStride<@L,@S>(srcDstStep,roiSize,maskSize)", "srcDstStep", zopStatusBadStride, tooShort},
+    {"checkStrides<@L,@S>(srcStep,dstStep,roiSize,k3x3)", "srcStep", zopStatusBadStride, tooShort},
+    {"checkStrides<@L,@S>(srcStep,dstStep,roiSize,k3x3)", "dstStep", zopStatusBadStride, tooShort},
+    {"checkStride<@L,@S>(srcDstStep,roiSize,k3x3)", "srcDstStep", zopStatusBadStride, tooShort},
+    {"checkKernelSize(kernelSize)", "kernelSize", zopStatusBadSize,
+     [](const Argument&) {
+       return std::vector<Value>{ZopImageSize{0, 5}, ZopImageSize{-4, 5}};
+     }},
+    {"checkKernelDivisor(divisor)", "divisor", zopStatusZeroDivisor,
+     [](const Argument&) { return std::vector<Value>{0}; }},
     {"checkAnchor(maskSize,anchor)", "anchor", zopStatusBadAnchor,
      [](const Argument&) {
        return std::vector<Value>{ZopImagePoint{-1, 0}, ZopImagePoint{0, -1}, ZopImagePoint{4, 0},

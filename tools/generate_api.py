@@ -186,9 +186,12 @@ class Function:
         self.name, self.checks, self.halo, self.result = Name(name), checks, halo, result or "ZopStatus"
         self.arguments = [Argument(a.strip(), self.name) for a in arguments.split(",") if a.strip()]
         self.call = call
+        self.call, self.result = self.filled_in(self.call), self.filled_in(self.result)
+
+    def filled_in(self, text):
         for key, value in self.placeholders().items():
-            self.call = self.call.replace(key, value)
-            self.result = self.result.replace(key, value)
+            text = text.replace(key, value)
+        return text
 
     def placeholders(self):
         source, destination = self.name.source, self.name.destination
@@ -229,7 +232,7 @@ class Function:
                 sizes = [a.name for a in self.arguments if a.kind == "roi"]
                 lines += [f"check{check.capitalize()}({size})" for size in sizes]
             else:
-                lines.append(check)
+                lines.append(self.filled_in(check))
         return lines
 
     def definition(self):
@@ -377,7 +380,7 @@ def read_table(path):
             elif key == "returns":
                 groups[-1].returns.append("Returns " + rest)
             elif key == "checks":
-                groups[-1].checks = re.findall(r"\w+(?:\([^)]*\))?", rest)
+                groups[-1].checks = re.findall(r"\w+(?:<[^>]*>)?(?:\([^)]*\))?", rest)
             elif key == "halo":
                 sides = rest.split()
                 if len(sides) not in (1, 4):

@@ -794,6 +794,302 @@ ZOPI_API ZopStatus zopiFilterBox_32f_AC4IR(Zop32f* pSrcDst, int srcDstStep, ZopI
     ZopImageSize maskSize, ZopImagePoint anchor);
 /// @}
 
+/// @name Kernels of integers
+///
+/// Convolution with a kernel K of W x H weights and anchor (a, b): each sample becomes the sum, over all
+/// cells (i, j), of K(i, j) s(x + a - i, y + b - j), divided by `divisor`. The kernel is turned by half a
+/// turn, therefore. `FilterRow` has kernels of one row, `FilterColumn` of one column.
+///
+/// The halo is W - 1 - a pixels wide on the left and a on the right, H - 1 - b high above and b below. `C4`
+/// forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// `8u`: the sum is one of 32 bits and wraps. A divisor that is a power of two, 2^n with n at least 1, makes
+/// a sum S below 1 to 0 and any other to (S + 1) >> n, whatever n; with others but 1, also negative ones, S f
+/// is rounded to nearest, ties to even, where f is the single-precision number next to 1 / `divisor`. The
+/// result is saturated.
+///
+/// `16s`: each weight is multiplied by that f in single precision, and the filter is one with a kernel of
+/// floats.
+///
+/// `zopiFilterColumn` of `C3` and `C4` tests the width first. `16s` forms test the kernel before everything
+/// else.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pKernel`: The weights of the kernel, row by row without gaps.
+/// - `kernelSize`: Width and height of the kernel, or the number of its weights.
+/// - `anchor`: The cell of the kernel that the pixel is multiplied by, counted from the upper left one, (0,
+///   0). It may lie outside the kernel.
+/// - `divisor`: What the sum is divided by.
+/// - `xAnchor`: The weight that the pixel is multiplied by, counted from the left one, 0. It may lie outside
+///   the kernel.
+/// - `yAnchor`: The weight that the pixel is multiplied by, counted from the upper one, 0. It may lie outside
+///   the kernel.
+///
+/// Arguments are checked in this order in the forms `8u_C1R`, `8u_C3R`, `8u_C4R`, `8u_AC4R`: @ref
+/// zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusNullPointer (-8) if the pointer to the
+/// kernel is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadSize (-6) if
+/// the kernel has less than one weight, @ref zopStatusZeroDivisor (-51) if `divisor` is 0, @ref
+/// zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
+///
+/// Arguments are checked in this order in the forms `8u_C3R`, `8u_C4R`: @ref zopStatusBadSize (-6) if the
+/// width is below 1, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusNullPointer (-8) if
+/// the pointer to the kernel is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref
+/// zopStatusBadSize (-6) if the kernel has less than one weight, @ref zopStatusZeroDivisor (-51) if `divisor`
+/// is 0, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
+///
+/// Arguments are checked in this order in the forms `16s_C1R`, `16s_C3R`, `16s_C4R`, `16s_AC4R`: @ref
+/// zopStatusNullPointer (-8) if the pointer to the kernel is null, @ref zopStatusBadSize (-6) if the kernel
+/// has less than one weight, @ref zopStatusZeroDivisor (-51) if `divisor` is 0, @ref zopStatusNullPointer
+/// (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref
+/// zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
+///
+/// Arguments are checked in this order in the forms `16s_C3R`, `16s_C4R`: @ref zopStatusBadSize (-6) if the
+/// width is below 1, @ref zopStatusNullPointer (-8) if the pointer to the kernel is null, @ref
+/// zopStatusBadSize (-6) if the kernel has less than one weight, @ref zopStatusZeroDivisor (-51) if `divisor`
+/// is 0, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or height
+/// is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk, or @ref zopStatusNoMemory (-9); then nothing is written.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilter_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor,
+    int divisor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilter_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor,
+    int divisor);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilter_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor,
+    int divisor);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilter_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor,
+    int divisor);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterRow_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int xAnchor, int divisor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterRow_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int xAnchor, int divisor);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterRow_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int xAnchor, int divisor);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterRow_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int xAnchor, int divisor);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterColumn_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int yAnchor, int divisor);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterColumn_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int yAnchor, int divisor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterColumn_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int yAnchor, int divisor);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterColumn_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int yAnchor, int divisor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilter_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor,
+    int divisor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilter_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor,
+    int divisor);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilter_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor,
+    int divisor);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilter_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor,
+    int divisor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterRow_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int xAnchor, int divisor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterRow_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int xAnchor, int divisor);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterRow_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int xAnchor, int divisor);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterRow_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int xAnchor, int divisor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterColumn_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int yAnchor, int divisor);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterColumn_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int yAnchor, int divisor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterColumn_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int yAnchor, int divisor);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterColumn_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pKernel, int kernelSize, int yAnchor, int divisor);
+/// @}
+
+/// @name Kernels of floats
+///
+/// Convolution with a kernel K of W x H weights and anchor (a, b): each sample becomes the sum, over all
+/// cells (i, j), of K(i, j) s(x + a - i, y + b - j). The kernel is turned by half a turn, therefore.
+/// `FilterRow` and `FilterRow32f` have kernels of one row, `FilterColumn` and `FilterColumn32f` of one
+/// column.
+///
+/// Sums are computed in double precision, by rows of the source from top to bottom and from left to right.
+/// `8u` and `16s` are rounded to nearest, ties to even, and saturated; `32f` to single precision.
+///
+/// The halo is W - 1 - a pixels wide on the left and a on the right, H - 1 - b high above and b below. `C4`
+/// forms treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+/// `FilterColumn32f` of `C3` and `C4` tests the width first, and so does `FilterColumn`.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pKernel`: The weights of the kernel, row by row without gaps.
+/// - `kernelSize`: Width and height of the kernel, or the number of its weights.
+/// - `anchor`: The cell of the kernel that the pixel is multiplied by, counted from the upper left one, (0,
+///   0). It may lie outside the kernel.
+/// - `xAnchor`: The weight that the pixel is multiplied by, counted from the left one, 0. It may lie outside
+///   the kernel.
+/// - `yAnchor`: The weight that the pixel is multiplied by, counted from the upper one, 0. It may lie outside
+///   the kernel.
+///
+/// Arguments are checked in this order in the forms `32f_C1R`, `32f_C3R`, `32f_C4R`, `32f_AC4R`, `8u_C1R`,
+/// `8u_C3R`, `8u_C4R`, `8u_AC4R`, `16s_C1R`, `16s_C3R`, `16s_C4R`, `16s_AC4R`: @ref zopStatusNullPointer (-8)
+/// if a pointer is null, @ref zopStatusNullPointer (-8) if the pointer to the kernel is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadSize (-6) if the kernel has less
+/// than one weight, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is
+/// written.
+///
+/// Arguments are checked in this order in the forms `32f_C3R`, `32f_C4R`, `8u_C3R`, `8u_C4R`, `16s_C3R`,
+/// `16s_C4R`: @ref zopStatusBadSize (-6) if the width is below 1, @ref zopStatusNullPointer (-8) if a pointer
+/// is null, @ref zopStatusNullPointer (-8) if the pointer to the kernel is null, @ref zopStatusBadSize (-6)
+/// if a width or height is below 1, @ref zopStatusBadSize (-6) if the kernel has less than one weight, @ref
+/// zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk, or @ref zopStatusNoMemory (-9); then nothing is written.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilter_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilter_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiFilter_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilter_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilter32f_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilter32f_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilter32f_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilter32f_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilter32f_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilter32f_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilter32f_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilter32f_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, ZopImageSize kernelSize, ZopImagePoint anchor);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterRow_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int xAnchor);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterRow_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int xAnchor);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiFilterRow_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int xAnchor);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterRow_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int xAnchor);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterRow32f_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int xAnchor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterRow32f_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int xAnchor);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterRow32f_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int xAnchor);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterRow32f_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int xAnchor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterRow32f_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int xAnchor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterRow32f_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int xAnchor);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterRow32f_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int xAnchor);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterRow32f_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int xAnchor);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterColumn_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int yAnchor);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterColumn_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int yAnchor);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterColumn32f_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int yAnchor);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterColumn32f_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int yAnchor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterColumn32f_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int yAnchor);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterColumn32f_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int yAnchor);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterColumn_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int yAnchor);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiFilterColumn_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int yAnchor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterColumn32f_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int yAnchor);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterColumn32f_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int yAnchor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterColumn32f_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int yAnchor);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterColumn32f_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int yAnchor);
+/// @}
+
 #ifdef __cplusplus
 }
 #endif

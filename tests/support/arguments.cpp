@@ -12,10 +12,19 @@ int goodConstant(const Argument& argument) {
 
 namespace {
 
+// A mask of any size up to this, and a kernel whose weights are small in every type.
+unsigned char cells[64] = {1, 1, 0, 1};
+Zop32f weights[1024] = {1, 2, -1};
+
 Value goodParameter(const Argument& argument) {
   if (std::strcmp(argument.name, "vMax") == 0) return 1.0f;  // vMin is 0
   if (std::strcmp(argument.name, "maskCode") == 0) return 55;
   if (std::strcmp(argument.name, "maskSize") == 0) return ZopImageSize{4, 5};
+  if (std::strcmp(argument.name, "pMask") == 0) return static_cast<void*>(cells);
+  // A kernel of one size serves as a length, too.
+  if (std::strcmp(argument.name, "kernelSize") == 0) return ZopImageSize{40, 20};
+  if (std::strcmp(argument.name, "pKernel") == 0) return static_cast<void*>(weights);
+  if (std::strcmp(argument.name, "divisor") == 0) return 3;
   return {};
 }
 
