@@ -1,6 +1,7 @@
 // Filters.
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "harness.h"
 
@@ -30,6 +31,68 @@ void addBox(const std::string& name, int channels,
             ZopImagePoint{mask / 2, mask / 2});
 }
 
+// The 5x5 ellipse.
+constexpr Zop8u kEllipse[25] = {0, 0, 1, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 1, 0, 0};
+const std::vector<Zop8u> kFull(31 * 31, 1);
+
+template <class T>
+void addMorphology(const std::string& name, int channels,
+                   ZopStatus (*function)(const T*, int, T*, int, ZopImageSize, const Zop8u*, ZopImageSize,
+                                         ZopImagePoint),
+                   const std::string& element, const Zop8u* mask, int size) {
+  addFilter(name + "/" + element, channels, size / 2, function, mask, ZopImageSize{size, size},
+            ZopImagePoint{size / 2, size / 2});
+}
+
+// Kernels without any structure, and one of halves and quarters, whose sums are exact.
+const std::vector<Zop32s> kIntegers = [] {
+  std::vector<Zop32s> kernel;
+  for (int i = 0; i < 31 * 31; ++i) kernel.push_back(i * 7 % 23 - 5);
+  return kernel;
+}();
+const std::vector<Zop32f> kFloats = [] {
+  std::vector<Zop32f> kernel;
+  for (int i = 0; i < 31 * 31; ++i) kernel.push_back(0.1f + 0.013f * static_cast<float>(i * 7 % 23));
+  return kernel;
+}();
+const std::vector<Zop32f> kQuarters = [] {
+  std::vector<Zop32f> kernel;
+  for (int i = 0; i < 31 * 31; ++i) kernel.push_back(0.25f * static_cast<float>(i * 7 % 23));
+  return kernel;
+}();
+
+// A kernel, its size and its anchor, and a divisor where there is one.
+template <class T, class K, class... Divisor>
+void addGeneral(const std::string& name, int channels,
+                ZopStatus (*function)(const T*, int, T*, int, ZopImageSize, const K*, ZopImageSize,
+                                      ZopImagePoint, Divisor...),
+                const std::vector<K>& kernel, int size, std::type_identity_t<Divisor>... divisor) {
+  const std::string text = std::to_string(size);
+  addFilter(name + "/" + text + "x" + text, channels, size / 2, function, kernel.data(),
+            ZopImageSize{size, size}, ZopImagePoint{size / 2, size / 2}, divisor...);
+}
+
+// Rows into an image that has the halo of the columns, then the columns.
+void addRowAndColumn(int size) {
+  const std::string text = std::to_string(size);
+  const int radius = size / 2;
+  bench::add(
+      "zopiFilterRow+Column_32f_C1R/" + text + "x" + text, {4}, {4},
+      [=](const Frame& f) {
+        thread_local std::vector<Zop32f> between;
+        const int rows = f.size.height + 2 * radius, step = f.size.width * 4;
+        between.resize(static_cast<std::size_t>(f.size.width) * rows);
+        const auto* above = reinterpret_cast<const Zop32f*>(
+            f.source(0) - static_cast<std::ptrdiff_t>(radius) * f.sourceStep(0));
+        zopiFilterRow_32f_C1R(above, f.sourceStep(0), between.data(), step, {f.size.width, rows},
+                              kFloats.data(), size, radius);
+        zopiFilterColumn_32f_C1R(between.data() + static_cast<std::ptrdiff_t>(radius) * f.size.width, step,
+                                 f.destination<Zop32f>(), f.destinationStep(), f.size, kFloats.data(), size,
+                                 radius);
+      },
+      0, radius);
+}
+
 const bool registered = [] {
   for (const int mask : {3, 5, 7, 31}) addBox("zopiFilterBox_8u_C1R", 1, zopiFilterBox_8u_C1R, mask);
   for (const int mask : {3, 5, 31}) addBox("zopiFilterBox_8u_C3R", 3, zopiFilterBox_8u_C3R, mask);
@@ -57,6 +120,27 @@ const bool registered = [] {
   addFilter("zopiFilterLowpass_8u_C1R/5x5", 1, 2, zopiFilterLowpass_8u_C1R, 55);
   addFilter("zopiFilterLowpass_32f_C1R/5x5", 1, 2, zopiFilterLowpass_32f_C1R, 55);
   addFilter("zopiFilterSharpen_8u_C1R", 1, 1, zopiFilterSharpen_8u_C1R);
+  addFilter("zopiErode3x3_8u_C1R", 1, 1, zopiErode3x3_8u_C1R);
+  addFilter("zopiErode3x3_8u_C3R", 3, 1, zopiErode3x3_8u_C3R);
+  addFilter("zopiErode3x3_8u_AC4R", 4, 1, zopiErode3x3_8u_AC4R);
+  addFilter("zopiErode3x3_32f_C1R", 1, 1, zopiErode3x3_32f_C1R);
+  addMorphology("zopiDilate_8u_C1R", 1, zopiDilate_8u_C1R, "5x5-ellipse", kEllipse, 5);
+  addMorphology("zopiDilate_8u_C3R", 3, zopiDilate_8u_C3R, "5x5-ellipse", kEllipse, 5);
+  addMorphology("zopiDilate_32f_C1R", 1, zopiDilate_32f_C1R, "5x5-ellipse", kEllipse, 5);
+  addMorphology("zopiDilate_8u_C1R", 1, zopiDilate_8u_C1R, "31x31", kFull.data(), 31);
+  for (const int size : {3, 5, 7, 15, 31}) {
+    addGeneral("zopiFilter_8u_C1R", 1, zopiFilter_8u_C1R, kIntegers, size, 121);
+    addGeneral("zopiFilter32f_8u_C1R", 1, zopiFilter32f_8u_C1R, kFloats, size);
+    addGeneral("zopiFilter_32f_C1R", 1, zopiFilter_32f_C1R, kFloats, size);
+  }
+  addGeneral("zopiFilter_8u_C3R", 3, zopiFilter_8u_C3R, kIntegers, 5, 121);
+  addGeneral("zopiFilter_8u_AC4R", 4, zopiFilter_8u_AC4R, kIntegers, 5, 121);
+  addGeneral("zopiFilter_16s_C1R", 1, zopiFilter_16s_C1R, kIntegers, 5, 121);
+  addGeneral("zopiFilter32f_16s_C1R/quarters", 1, zopiFilter32f_16s_C1R, kQuarters, 5);
+  addFilter("zopiFilterRow_8u_C1R/9", 1, 4, zopiFilterRow_8u_C1R, kIntegers.data(), 9, 4, 121);
+  addFilter("zopiFilterRow_32f_C1R/9", 1, 4, zopiFilterRow_32f_C1R, kFloats.data(), 9, 4);
+  addFilter("zopiFilterColumn_32f_C1R/9", 1, 4, zopiFilterColumn_32f_C1R, kFloats.data(), 9, 4);
+  addRowAndColumn(9);
   return true;
 }();
 

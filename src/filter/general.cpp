@@ -71,11 +71,10 @@ struct Filtering {
     return zopStatusOk;
   }
 
-  // `weight(i)` is the weight i of the kernel as a lane. `together` weights of a row share one.
-  template <class Lane, class Weight>
-  ZopStatus runWith(typename GeneralRows<T>::Band rows, Kernel kernel, int together,
-                    const Weight& weight) const {
-    const std::int64_t taps = (std::int64_t{kernelSize.width} - 1) / together + 1,
+  // `weight(i)` is the weight i of the kernel as a lane. `kTogether` weights of a row share one.
+  template <class Lane, int kTogether, class Weight>
+  ZopStatus runWith(typename GeneralRows<T>::Band rows, Kernel kernel, const Weight& weight) const {
+    const std::int64_t taps = (std::int64_t{kernelSize.width} - 1) / kTogether + 1,
                        last = areaOf(kernelSize) - 1;
     const Taps<Lane> memory(taps * kernelSize.height);
     Lane* tap = memory.lanes();
@@ -83,22 +82,18 @@ struct Filtering {
     std::int64_t next = last;
     for (int y = 0; y < kernelSize.height; ++y) {
       for (int x = 0; x < kernelSize.width; ++x, --next) {
-        if (x % together == 0)
+        if constexpr (kTogether == 1)
           *tap++ = weight(next);
+        else if (x % 2 == 0)
+          *tap++ = weight(next) & 0xffff;
         else
-          tap[-1] = pairOf(tap[-1], weight(next));
+          tap[-1] |= weight(next) << 16;
       }
     }
     kernel.width = kernelSize.width;
     kernel.height = kernelSize.height;
     kernel.taps = memory.lanes();
     return run(rows, kernel);
-  }
-
-  static double pairOf(double, double right) { return right; }
-  static std::int32_t pairOf(std::int32_t left, std::int32_t right) {
-    return static_cast<std::int32_t>((static_cast<std::uint32_t>(left) & 0xffffu) |
-                                     static_cast<std::uint32_t>(right) << 16);
   }
 };
 
@@ -135,13 +130,13 @@ ZopStatus weightedByFloats(const Filtering<Layout, T>& call, const Weight& weigh
     const Unit unit = unitOf(areaOf(call.kernelSize), sizeof(T) == 1 ? 255 : 32768, weight);
     if (unit.exact) {
       const Kernel kernel = {0, 0, nullptr, Division::kFactor, 0, std::ldexp(1.0, unit.exponent)};
-      return call.template runWith<std::int32_t>(rows.pairs, kernel, 2, [&](std::int64_t i) {
+      return call.template runWith<std::int32_t, 2>(rows.pairs, kernel, [&](std::int64_t i) {
         return static_cast<std::int32_t>(std::ldexp(double{weight(i)}, -unit.exponent));
       });
     }
   }
-  return call.template runWith<double>(rows.doubles, {}, 1,
-                                       [&](std::int64_t i) { return double{weight(i)}; });
+  return call.template runWith<double, 1>(rows.doubles, {},
+                                          [&](std::int64_t i) { return double{weight(i)}; });
 }
 
 template <class Layout, class T>
@@ -180,8 +175,9 @@ ZopStatus weighted(Image<const Zop8u> src, Image<Zop8u> dst, ZopImageSize size, 
   const GeneralRows<Zop8u>& rows = generalTable().of<Zop8u>();
   const bool narrow = std::all_of(weights, weights + areaOf(kernelSize),
                                   [](Zop32s w) { return w == static_cast<std::int16_t>(w); });
-  return call.template runWith<std::int32_t>(narrow ? rows.pairs : rows.words, divided(divisor),
-                                             narrow ? 2 : 1, [=](std::int64_t i) { return weights[i]; });
+  const auto weight = [=](std::int64_t i) { return weights[i]; };
+  return narrow ? call.template runWith<std::int32_t, 2>(rows.pairs, divided(divisor), weight)
+                : call.template runWith<std::int32_t, 1>(rows.words, divided(divisor), weight);
 }
 
 }  // namespace

@@ -168,17 +168,16 @@ struct FromIntegers {
   explicit HWY_INLINE FromIntegers(const Kernel& kernel) : shift(kernel.shift), factor(kernel.factor) {}
   template <class D, class V>
   HWY_INLINE hn::Vec<SamplesOf<T, D>> operator()(D d, V sums) const {
-    const SamplesOf<T, D> samples;
     if constexpr (kDivision == Division::kShift) {
       // Of a sum below 1, 0 + 1 is left, which is shifted out.
       const auto more = hn::Add(hn::Max(sums, hn::Zero(d)), hn::Set(d, 1));
-      return hn::DemoteTo(samples, hn::ShiftRightSame(more, shift));
+      return hn::DemoteTo(SamplesOf<T, D>(), held<T>(d, hn::ShiftRightSame(more, shift)));
     } else if constexpr (kDivision == Division::kFactor) {
       const auto divided = [&](auto dd, auto v)
                                HWY_ATTR { return held<T>(dd, hn::Round(hn::Mul(v, hn::Set(dd, factor)))); };
-      return hn::DemoteTo(samples, inDoubles(d, divided, sums));
+      return hn::DemoteTo(SamplesOf<T, D>(), inDoubles(d, divided, sums));
     } else {
-      return hn::DemoteTo(samples, sums);
+      return hn::DemoteTo(SamplesOf<T, D>(), held<T>(d, sums));
     }
   }
 };
