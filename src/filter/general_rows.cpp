@@ -95,17 +95,22 @@ struct Piece {
   int firstRow, rows, firstTap, taps;
 };
 
-// Adds the products of a piece, which has at least kRows rows, to the sums of a block. Each sum gets its
-// products by rows, from left to right.
+// Adds the products of a piece, which has at least kRows rows, to the sums of a block, which start from zero
+// with the first piece. Each sum gets its products by rows, from left to right.
 template <class Addition, class Lane, int kRows>
 HWY_NOINLINE void addProducts(const Lane* taps, std::ptrdiff_t tapPitch, const Piece& piece,
-                              std::ptrdiff_t tapStep, const Lane* samples, std::ptrdiff_t pitch, Lane* sums) {
+                              std::ptrdiff_t tapStep, const Lane* samples, std::ptrdiff_t pitch, Lane* sums,
+                              std::ptrdiff_t sumPitch) {
   const Tag<Lane> d;
   constexpr std::ptrdiff_t N = kLanes<Tag<Lane>>;
   constexpr int kAcross = kVectors<kRows>;
   const Addition add;
   hn::Vec<Tag<Lane>> s[kRows * kAcross];
-  unrolled<kRows * kAcross>([&](auto k) HWY_ATTR { s[k] = hn::Load(d, sums + k * N); });
+  const auto sumAt = [&](int k) HWY_ATTR { return sums + k / kAcross * sumPitch + k % kAcross * N; };
+  if (piece.firstRow == 0 && piece.firstTap == 0)
+    unrolled<kRows * kAcross>([&](auto k) HWY_ATTR { s[k] = hn::Zero(d); });
+  else
+    unrolled<kRows * kAcross>([&](auto k) HWY_ATTR { s[k] = hn::Load(d, sumAt(k)); });
   // The products of one row of samples, for the rows of the block from kFirst on.
   const auto addRow = [&](auto first, auto count, int row) HWY_ATTR {
     const Lane* from = samples + row * pitch;
@@ -129,7 +134,7 @@ HWY_NOINLINE void addProducts(const Lane* taps, std::ptrdiff_t tapPitch, const P
     addRow(std::integral_constant<int, r + 1>(), std::integral_constant<int, kRows - 1 - r>(),
            piece.rows + r);
   });
-  unrolled<kRows * kAcross>([&](auto k) HWY_ATTR { hn::Store(s[k], d, sums + k * N); });
+  unrolled<kRows * kAcross>([&](auto k) HWY_ATTR { hn::Store(s[k], d, sumAt(k)); });
 }
 
 // The lanes of `count` samples, of which only `available` are there. What stands for the others is not used.
@@ -220,28 +225,35 @@ HWY_INLINE void finishRow(const Kernel& kernel, bool keepsAlpha, const Lane* sum
   }
 }
 
-// Lanes of samples for a block of sums lie on the stack, in as many bytes.
-constexpr int kBufferBytes = 24 << 10;
+// Lanes of samples and sums lie on the stack, in as many bytes: the innermost cache holds both.
+constexpr int kSampleBytes = 24 << 10, kSumBytes = 8 << 10;
 
-// How a kernel is cut into pieces whose samples fit the buffer: by rows, or, where not even some rows fit,
-// into parts of single rows.
+// How a kernel is cut into pieces whose samples fit the buffer, with as many blocks side by side as it holds:
+// the lanes of samples serve all of them, and they have reached the cache when they are needed. A kernel that
+// does not fit is cut by rows, and where not even some rows fit, into parts of single rows.
 template <class Lane>
 struct Pieces {
-  int count;             // by rows
-  int taps;              // of a row at once
-  std::ptrdiff_t pitch;  // of the buffer
-  bool fit;              // each piece has at least as many rows as the block
+  int count = 0;  // by rows; none if blocks of so many rows do not serve the kernel
+  int taps;       // of a row at once
+  std::ptrdiff_t strip, pitch;
 
   // For blocks of `rows` by `across` lanes and a kernel of w by h taps that are `step` lanes apart.
   Pieces(int rows, std::ptrdiff_t across, int w, int h, std::ptrdiff_t step) {
-    constexpr std::ptrdiff_t kBuffer = kBufferBytes / sizeof(Lane), N = kLanes<Tag<Lane>>;
-    const auto pitchOf = [&](std::ptrdiff_t n) { return (across + (n - 1) * step + N - 1) / N * N; };
-    const std::ptrdiff_t most = (kBuffer - N - across) / step + 1;  // taps of one row
+    constexpr std::ptrdiff_t kSamples = kSampleBytes / sizeof(Lane), kSums = kSumBytes / sizeof(Lane),
+                             N = kLanes<Tag<Lane>>;
+    const std::ptrdiff_t most = (kSamples - N - across) / step + 1;  // taps of one row
     taps = static_cast<int>(HWY_MIN(w, most));
-    pitch = pitchOf(taps);
-    const std::ptrdiff_t together = taps < w ? 1 : kBuffer / pitch - (rows - 1);
-    fit = rows == 1 || (h >= rows && together >= HWY_MIN(h, 2 * rows));
-    count = fit ? static_cast<int>((h - 1) / together) + 1 : 0;
+    const std::ptrdiff_t around = (taps - 1) * step;
+    const auto pitchOf = [&](std::ptrdiff_t lanes) { return (lanes + around + N - 1) / N * N; };
+    const std::ptrdiff_t together = taps < w ? 1 : kSamples / pitchOf(across) - (rows - 1);
+    if (rows == 1 || (h >= rows && together >= HWY_MIN(h, 2 * rows)))
+      count = static_cast<int>((h - 1) / together) + 1;
+    strip = across;
+    if (count == 1 && taps == w) {
+      const std::ptrdiff_t room = kSamples / (h + rows - 1) - around - N;
+      strip = HWY_MAX(across, HWY_MIN(room, kSums / rows) / across * across);
+    }
+    pitch = pitchOf(strip);
   }
 };
 
@@ -250,13 +262,14 @@ void rowsOf(const Kernel& kernel, PixelShape shape, const Pieces<typename A::Lan
             Image<const T> window, Image<T> out, Extent e) {
   using Lane = typename A::Lane;
   constexpr std::ptrdiff_t P = kBlock<Lane, kRows>;
-  HWY_ALIGN Lane samples[kBufferBytes / sizeof(Lane)];
-  HWY_ALIGN Lane sums[kRows * P];
+  HWY_ALIGN Lane samples[kSampleBytes / sizeof(Lane)];
+  HWY_ALIGN Lane sums[kSumBytes / sizeof(Lane)];
   const int taps = (kernel.width - 1) / A::kTogether + 1;
+  const auto* const firstTap = static_cast<const Lane*>(kernel.taps);
   const std::ptrdiff_t step = std::ptrdiff_t{A::kTogether} * shape.channels,
                        around = static_cast<std::ptrdiff_t>(kernel.width - 1) * shape.channels;
-  for (std::ptrdiff_t x = 0; x < e.length; x += P) {
-    std::memset(sums, 0, sizeof sums);
+  for (std::ptrdiff_t x = 0; x < e.length; x += pieces.strip) {
+    const std::ptrdiff_t n = HWY_MIN(pieces.strip, e.length - x), whole = (n + P - 1) / P * P;
     for (int p = 0, top = 0; p < pieces.count; ++p) {
       const int bottom =
           static_cast<int>(static_cast<std::ptrdiff_t>(kernel.height) * (p + 1) / pieces.count);
@@ -265,16 +278,18 @@ void rowsOf(const Kernel& kernel, PixelShape shape, const Pieces<typename A::Lan
         const std::ptrdiff_t at = x + first * step;
         for (int r = 0; r < piece.rows + kRows - 1; ++r) {
           fill<A>(window.row(top + r) + at, e.length + around - at, shape.channels,
-                  samples + r * pieces.pitch, P + (piece.taps - 1) * step);
+                  samples + r * pieces.pitch, whole + (piece.taps - 1) * step);
         }
-        addProducts<AdditionOf<A>, Lane, kRows>(
-            static_cast<const Lane*>(kernel.taps) + static_cast<std::ptrdiff_t>(top) * taps + first, taps,
-            piece, step, samples, pieces.pitch, sums);
+        for (std::ptrdiff_t i = 0; i < whole; i += P) {
+          addProducts<AdditionOf<A>, Lane, kRows>(firstTap + static_cast<std::ptrdiff_t>(top) * taps + first,
+                                                  taps, piece, step, samples + i, pieces.pitch, sums + i,
+                                                  pieces.strip);
+        }
       }
       top = bottom;
     }
     for (int y = 0; y < kRows; ++y)
-      finishRow(kernel, shape.keepsAlpha, sums + y * P, out.row(y) + x, HWY_MIN(P, e.length - x), e.stream);
+      finishRow(kernel, shape.keepsAlpha, sums + y * pieces.strip, out.row(y) + x, n, e.stream);
   }
 }
 
@@ -283,19 +298,16 @@ void band(const Kernel& kernel, PixelShape shape, Image<const T> window, Image<T
   using Lane = typename A::Lane;
   const int taps = (kernel.width - 1) / A::kTogether + 1;
   const std::ptrdiff_t step = std::ptrdiff_t{A::kTogether} * shape.channels;
-  const auto piecesFor = [&](int rows, std::ptrdiff_t across) {
-    return Pieces<Lane>(rows, across, taps, kernel.height, step);
-  };
-  const Pieces<Lane> four = piecesFor(4, kBlock<Lane, 4>), two = piecesFor(2, kBlock<Lane, 2>),
-                     one = piecesFor(1, kBlock<Lane, 1>);
   int y = 0;
-  if (four.fit) {
-    for (; y + 4 <= e.rows; y += 4) rowsOf<A, T, 4>(kernel, shape, four, window.from(y), out.from(y), e);
-  }
-  if (two.fit) {
-    for (; y + 2 <= e.rows; y += 2) rowsOf<A, T, 2>(kernel, shape, two, window.from(y), out.from(y), e);
-  }
-  for (; y < e.rows; ++y) rowsOf<A, T, 1>(kernel, shape, one, window.from(y), out.from(y), e);
+  const auto blocksOf = [&](auto rows) HWY_ATTR {
+    const Pieces<Lane> pieces(rows, kBlock<Lane, rows>, taps, kernel.height, step);
+    if (pieces.count == 0) return;
+    for (; y + rows <= e.rows; y += rows)
+      rowsOf<A, T, rows>(kernel, shape, pieces, window.from(y), out.from(y), e);
+  };
+  blocksOf(std::integral_constant<int, 4>());
+  blocksOf(std::integral_constant<int, 2>());
+  blocksOf(std::integral_constant<int, 1>());
   if (e.stream) hwy::FlushStream();
 }
 
