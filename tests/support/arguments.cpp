@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "zopi/geom.h"
+
 namespace registry {
 
 int goodConstant(const Argument& argument) {
@@ -16,6 +18,12 @@ Value goodParameter(const Argument& argument) {
   if (std::strcmp(argument.name, "vMax") == 0) return 1.0f;  // vMin is 0
   if (std::strcmp(argument.name, "maskCode") == 0) return 55;
   if (std::strcmp(argument.name, "maskSize") == 0) return ZopImageSize{4, 5};
+  for (const char* name : {"xFactor", "yFactor", "xFr", "yFr"}) {
+    if (std::strcmp(argument.name, name) == 0) return 1.0;
+  }
+  if (std::strcmp(argument.name, "interpolation") == 0) return zopInterLinear;
+  if (std::strcmp(argument.name, "srcSize") == 0) return ZopImageSize{5, 3};
+  if (std::strcmp(argument.name, "srcRoi") == 0) return ZopImageRect{0, 0, 5, 3};
   return {};
 }
 
@@ -47,8 +55,10 @@ Arguments::Arguments(const Function& function, ZopImageSize size)
       values.emplace_back(a.planes > 0 ? static_cast<void*>(planes_[i].data()) : planes_[i][0]);
     } else if (a.role == Role::Step) {
       values.emplace_back(step);
-    } else if (a.role == Role::Size) {
+    } else if (a.role == Role::Size || a.role == Role::WholeSize) {
       values.emplace_back(size);
+    } else if (a.role == Role::Region) {
+      values.emplace_back(ZopImageRect{0, 0, size.width, size.height});
     } else if (a.role == Role::Sample) {
       std::int64_t sample;
       std::memset(&sample, kGoodConstant, sizeof sample);
