@@ -83,9 +83,10 @@ double median(std::vector<double>& values) {
 }
 
 void runRow(benchmark::State& state, Contents contents, const std::vector<PixelBytes>& sources,
-            const std::vector<PixelBytes>& destinations, const Call& call, int border, int halo) {
+            const std::vector<PixelBytes>& destinations, const Call& call, int border, int halo,
+            double scale) {
   const ZopImageSize size = {static_cast<int>(state.range(0)), static_cast<int>(state.range(1))};
-  const Frame frame(size, contents, sources, destinations, border, halo);
+  const Frame frame(size, contents, sources, destinations, border, halo, scale);
   call(frame);
   // Batches of half a millisecond and at least four calls, so that neither the clock nor one slow call shows.
   const double once = std::max(seconds(3, [&] { call(frame); }) / 3, 1e-9);
@@ -117,8 +118,10 @@ Frame::Image Frame::allocate(ZopImageSize size, Contents contents, PixelBytes pi
 }
 
 Frame::Frame(ZopImageSize frameSize, Contents contents, const std::vector<PixelBytes>& sourcePixelBytes,
-             const std::vector<PixelBytes>& destinationPixelBytes, int border, int halo)
-    : size(frameSize), sizeWithBorder{size.width + 2 * border, size.height + 2 * border} {
+             const std::vector<PixelBytes>& destinationPixelBytes, int border, int halo, double scale)
+    : size(frameSize),
+      sizeWithBorder{static_cast<int>(size.width * scale) + 2 * border,
+                     static_cast<int>(size.height * scale) + 2 * border} {
   unsigned seed = 0;
   const ZopImageSize sizeWithHalo = {size.width + 2 * halo, size.height + 2 * halo};
   for (const PixelBytes bytes : sourcePixelBytes) {
@@ -153,12 +156,12 @@ double Frame::secondsOfTraversal(int times) const {
 }
 
 void add(const std::string& name, std::vector<PixelBytes> sourcePixelBytes,
-         std::vector<PixelBytes> destinationPixelBytes, Call call, int border, int halo) {
+         std::vector<PixelBytes> destinationPixelBytes, Call call, int border, int halo, double scale) {
   const Contents contents = name.find("_32f") != std::string::npos ? Contents::Numbers : Contents::Noise;
   benchmark::RegisterBenchmark(name.c_str(),
                                [=](benchmark::State& state) {
                                  runRow(state, contents, sourcePixelBytes, destinationPixelBytes, call,
-                                        border, halo);
+                                        border, halo, scale);
                                })
       ->Args({64, 64})
       ->Args({640, 480})

@@ -28,11 +28,12 @@ struct PixelBytes {
 };
 
 // The images of a call: what it reads, which may have a halo on all sides, then what it writes, which may
-// have a border. `source` is the first pixel inside the halo.
+// be `scale` times as wide and high, and have a border: `sizeWithBorder` is its size. `source` is the first
+// pixel inside the halo.
 class Frame {
  public:
   Frame(ZopImageSize size, Contents contents, const std::vector<PixelBytes>& sourcePixelBytes,
-        const std::vector<PixelBytes>& destinationPixelBytes, int border = 0, int halo = 0);
+        const std::vector<PixelBytes>& destinationPixelBytes, int border = 0, int halo = 0, double scale = 1);
 
   ZopImageSize size, sizeWithBorder;
 
@@ -69,6 +70,7 @@ using Call = std::function<void(const Frame& frame)>;
 // Registers a row at 64x64, 640x480 and 3840x2160 pixels. The images of functions whose name says `_32f` hold
 // numbers.
 void add(const std::string& name, std::vector<PixelBytes> sourcePixelBytes,
-         std::vector<PixelBytes> destinationPixelBytes, Call call, int border = 0, int halo = 0);
+         std::vector<PixelBytes> destinationPixelBytes, Call call, int border = 0, int halo = 0,
+         double scale = 1);
 
 }  // namespace bench

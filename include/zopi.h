@@ -12,6 +12,7 @@
 #include "zopi/convert.h"
 #include "zopi/core.h"
 #include "zopi/filter.h"
+#include "zopi/geom.h"
 #include "zopi/logic.h"
 #include "zopi/morphology.h"
 #include "zopi/move.h"

@@ -88,7 +88,37 @@ std::vector<Value> noPlace(const Argument& argument) {
   return {ZopImageSize{4, 3}, ZopImageSize{5, 2}};
 }
 
+std::vector<Value> badSizes(const Argument&) {
+  return {ZopImageSize{0, 3}, ZopImageSize{5, 0}, ZopImageSize{-1, INT32_MIN}};
+}
+std::vector<Value> badRegions(const Argument&) {
+  return {ZopImageRect{-1, 0, 5, 3}, ZopImageRect{0, -1, 5, 3}, ZopImageRect{0, 0, 0, 3},
+          ZopImageRect{0, 0, 5, INT32_MIN}};
+}
+std::vector<Value> regionsBeyond(const Argument&) {
+  return {ZopImageRect{5, 0, 5, 3}, ZopImageRect{0, 3, 5, 3}, ZopImageRect{INT32_MAX, 0, INT32_MAX, 1}};
+}
+std::vector<Value> notAboveZero(const Argument&) { return {0.0, -1.0, double{NAN}}; }
+
+constexpr char kFactors[] = "checkFactors(xFactor,yFactor)", kDistances[] = "checkFactors(xFr,yFr)";
+constexpr char kFactorsOrMeans[] = "checkFactors(xFactor,yFactor,interpolation)";
+constexpr char kInterpolation[] = "checkInterpolation(interpolation)";
+constexpr char kInterpolationOrMeans[] = "checkInterpolation(interpolation,xFactor,yFactor)";
+std::vector<Value> unknownInterpolations(const Argument&) { return {0, 3, 5, 8, 16, INT32_MIN}; }
+std::vector<Value> neverInterpolations(const Argument&) { return {0, 3, 5, 16, INT32_MIN}; }
+
 const std::vector<OwnCheck> kOwnChecks = {
+    {"checkSize(srcSize)", "srcSize", zopStatusBadSize, badSizes},
+    {"checkRegion(srcRoi)", "srcRoi", zopStatusBadSize, badRegions},
+    {"checkMeets(srcSize,srcRoi)", "srcRoi", zopStatusNoOperation, regionsBeyond},
+    {kFactors, "xFactor", zopStatusBadResizeFactor, notAboveZero},
+    {kFactors, "yFactor", zopStatusBadResizeFactor, notAboveZero},
+    {kDistances, "xFr", zopStatusBadResizeFactor, notAboveZero},
+    {kDistances, "yFr", zopStatusBadResizeFactor, notAboveZero},
+    {kFactorsOrMeans, "xFactor", zopStatusBadResizeFactor, notAboveZero},
+    {kFactorsOrMeans, "yFactor", zopStatusBadResizeFactor, notAboveZero},
+    {kInterpolation, "interpolation", zopStatusBadInterpolation, unknownInterpolations},
+    {kInterpolationOrMeans, "interpolation", zopStatusBadInterpolation, neverInterpolations},
     {kBorders, "srcRoiSize", zopStatusBadSize, noPlace},
     {kBorders, "dstRoiSize", zopStatusBadSize, noPlace},
     {kBorders, "topBorderHeight", zopStatusBadSize, noPlace},
@@ -162,7 +192,8 @@ ZopStatus expected(const Function& function, const Badness& bad) {
   std::istringstream checks(function.checks);
   for (std::string check; checks >> check;) {
     const bool ofPointers = check == "pointer" || check == "image" || check == "constant" ||
-                            check == "outer" || check == "planes";
+                            check == "outer" || check == "planes" || check == "source" ||
+                            check == "destination";
     if (ofPointers && bad.contains(check)) return zopStatusNullPointer;
     if (check == "width" && bad.contains("width")) return zopStatusBadSize;
     if (check == "size" && (bad.contains("width") || bad.contains("height"))) return zopStatusBadSize;
@@ -190,7 +221,8 @@ std::vector<Spoiler> spoilers(const Function& function) {
   std::vector<Spoiler> result;
   for (std::size_t i = 0; i < function.arguments.size(); ++i) {
     const Argument& a = function.arguments[i];
-    const Badness null = {"pointer", "outer", a.isImage() || a.role == Role::Steps ? "image" : "constant"};
+    const Badness null = {"pointer", "outer", a.isImage() || a.role == Role::Steps ? "image" : "constant",
+                          a.isWritten() ? "destination" : "source"};
     if (a.isPointer()) result.push_back({i, null, Value(static_cast<void*>(nullptr))});
     for (int p = 0; p < a.planes; ++p) {
       if (a.isImage()) result.push_back({i, {"pointer", "planes", "image"}, {}, p});

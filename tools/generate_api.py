@@ -33,6 +33,8 @@ CHECKS = {
     "outer": "@ref zopStatusNullPointer (-8) if a pointer to an image, or an array of planes or steps, is null",
     "planes": "@ref zopStatusNullPointer (-8) if the pointer to a plane is null",
     "image": "@ref zopStatusNullPointer (-8) if the pointer to an image is null",
+    "source": "@ref zopStatusNullPointer (-8) if the pointer to an image that is read is null",
+    "destination": "@ref zopStatusNullPointer (-8) if the pointer to an image that is written is null",
     "constant": "@ref zopStatusNullPointer (-8) if the pointer to an array of constants is null",
     "width": "@ref zopStatusBadSize (-6) if the width is below 1",
     "size": "@ref zopStatusBadSize (-6) if a width or height is below 1",
@@ -40,6 +42,8 @@ CHECKS = {
 }
 ARGUMENTS = {
     "src": "First pixel of the source region, and the distance in bytes from one of its rows to the next.",
+    "whole": "First pixel of the source image, its width and height in pixels, the distance in bytes from one of its rows "
+             "to the next, and the region of it that is mapped.",
     "dst": "First pixel of the destination region, and the distance in bytes from one of its rows to the next.",
     "inout": "First pixel of the region that is read and overwritten, and the distance in bytes between its rows.",
     "mask": "Mask of one byte a pixel, and the distance in bytes between its rows. A pixel is written where its "
@@ -101,25 +105,32 @@ class Argument:
         self.kind, *own = words[0].split(":")
         self.function = name
         self.name = "roiSize" if words == ["roi"] else words[-1]
-        if self.kind not in ("src", "dst", "inout", "mask", "constant", "result", "roi"):
+        if self.kind not in ("src", "dst", "inout", "mask", "constant", "result", "roi", "whole"):
             self.kind, self.declaration = "value", text
-        type_, layout = name.source if self.kind in ("src", "inout", "constant", "result") else name.destination
+        type_, layout = name.source if self.kind in ("src", "whole", "inout", "constant", "result") else name.destination
         if self.kind == "mask":
             type_, layout = "8u", "C1"
         self.type = own[0] if own and own[0] else type_
         self.layout = own[1] if len(own) > 1 else layout
-        self.planar = "P" in self.layout and self.kind in ("src", "dst", "inout")
+        self.planar = "P" in self.layout and self.kind in ("src", "whole", "dst", "inout")
         self.own_steps, self.gapless = own[2:] == ["steps"], own[2:] == ["gapless"]
         self.block = int(self.layout[1:]) if self.layout.startswith("B") else 0
 
     @property
+    def stem(self):
+        return self.name[1].lower() + self.name[2:]
+
+    @property
     def step(self):
-        stem = self.name[1:]
-        return stem[0].lower() + stem[1:] + ("Steps" if self.own_steps else "Step")
+        return self.stem + ("Steps" if self.own_steps else "Step")
 
     @property
     def is_image(self):
-        return self.kind in ("src", "dst", "inout", "mask")
+        return self.kind in ("src", "whole", "dst", "inout", "mask")
+
+    @property
+    def is_written(self):
+        return self.kind in ("dst", "inout")
 
     @property
     def has_step(self):
@@ -136,7 +147,7 @@ class Argument:
     def declarations(self):
         c_type = C_TYPES.get(self.type)
         if self.is_image:
-            const = "const " if self.kind in ("src", "mask") else ""
+            const = "const " if not self.is_written else ""
             if self.block:
                 return [f"{const}{c_type} {self.name}[{self.block}]"]
             if self.planar:
@@ -145,6 +156,8 @@ class Argument:
                 steps = f"const int {self.step}[{planes}]" if self.own_steps else f"int {self.step}"
             else:
                 pointer, steps = f"{const}{c_type}* {self.name}", f"int {self.step}"
+            if self.kind == "whole":
+                return [pointer, f"ZopImageSize {self.stem}Size", steps, f"ZopImageRect {self.stem}Roi"]
             return [pointer, steps] if self.has_step else [pointer]
         if self.kind == "result":
             count = self.constant_count
@@ -159,6 +172,9 @@ class Argument:
             return self.name
         if self.own_steps:
             return f"{self.name}, {self.step}"
+        if self.kind == "whole":
+            image = f"planes<{LAYOUTS[self.layout]}>" if self.planar else "image"
+            return f"whole({image}({self.name}, {self.step}), {self.stem}Size, {self.stem}Roi)"
         if self.planar:
             return f"planes<{LAYOUTS[self.layout]}>({self.name}, {self.step})"
         if self.kind == "constant" and not self.constant_count:
@@ -168,13 +184,16 @@ class Argument:
     def roles(self):
         """What the tests know of this argument: role, name, bytes of a sample, samples of a pixel, planes."""
         if self.is_image:
-            role = {"src": "Source", "dst": "Destination", "inout": "InPlace", "mask": "Mask"}[self.kind]
+            role = {"src": "Source", "dst": "Destination", "inout": "InPlace", "mask": "Mask", "whole": "Source"}[self.kind]
             if self.block:
                 return [(role, self.name, BYTES[self.type], self.block, 0)]
             planes = LAYOUTS[self.layout] if self.planar else 0
             samples = 1 if self.planar else LAYOUTS[self.layout]
             step = ("Steps", self.step, 4, 1, planes) if self.own_steps else ("Step", self.step, 0, 0, 0)
-            return [(role, self.name, BYTES[self.type], samples, planes)] + ([step] if self.has_step else [])
+            image = (role, self.name, BYTES[self.type], samples, planes)
+            if self.kind == "whole":
+                return [image, ("WholeSize", f"{self.stem}Size", 0, 0, 0), step, ("Region", f"{self.stem}Roi", 0, 0, 0)]
+            return [image] + ([step] if self.has_step else [])
         if self.kind in ("constant", "result"):
             role = "Result" if self.kind == "result" else "Constant" if self.constant_count else "Sample"
             return [(role, self.name, BYTES[self.type], max(self.constant_count, 1), 0)]
@@ -218,6 +237,11 @@ class Function:
                 if check != "constant":
                     names += [a.step for a in images if a.own_steps]
                 if names:
+                    lines.append(f"checkPointers({', '.join(names)})")
+            elif check in ("source", "destination"):
+                halves = [a for a in images if a.is_written == (check == "destination")]
+                lines += [f"checkPlanes<{LAYOUTS[a.layout]}>({a.name})" for a in halves if a.planar]
+                if names := [a.name for a in halves if not a.planar]:
                     lines.append(f"checkPointers({', '.join(names)})")
             elif check == "outer":
                 names = [a.name for a in images] + [a.step for a in images if a.own_steps]
@@ -266,6 +290,19 @@ class Function:
         return f",\n     []({parameter}) {{ {values}return Halo{{{', '.join(self.halo)}}}; }}"
 
 
+class Codes:
+    """Names for the values of a parameter."""
+
+    def __init__(self, text):
+        self.text, self.values = text, []
+
+    def declaration(self):
+        lines = fill(self.text, "/// ") + ["enum {"]
+        for i, (name, value, text) in enumerate(self.values):
+            lines.append(f"  {name} = {value}{',' if i + 1 < len(self.values) else ''}  ///< {text}")
+        return lines + ["};", ""]
+
+
 class Group:
     def __init__(self, title, room, arguments, check_texts):
         self.title, self.room, self.arguments = title, room, dict(arguments)
@@ -284,6 +321,8 @@ class Group:
         for function in self.functions:
             for a in function.arguments:
                 names = f"`{a.name}`, `{a.step}`" if a.has_step else f"`{a.name}`"
+                if a.kind == "whole":
+                    names = f"`{a.name}`, `{a.stem}Size`, `{a.step}`, `{a.stem}Roi`"
                 text = self.arguments.get(a.name)
                 if text is None and a.kind in ARGUMENTS:
                     text = ARGUMENTS[a.kind]
@@ -301,10 +340,10 @@ class Group:
         for f in self.functions:
             if f.checks:
                 orders.setdefault(tuple(f.checks), []).append(f.name)
-        layouts = {order: {n.layouts[0] for n in names} for order, names in orders.items()}
+        layouts = {order: {n.layouts[0] for n in names if n.layouts} for order, names in orders.items()}
         tell_apart = sum(map(len, layouts.values())) == len(set().union(*layouts.values()))
         for order, names in orders.items():
-            forms = [n.layouts[0] if tell_apart else n.form for n in names]
+            forms = [n.layouts[0] if tell_apart and n.layouts else n.form for n in names]
             whose = "" if len(orders) == 1 else f" in the forms {', '.join(dict.fromkeys(f'`{f}`' for f in forms))}"
             lines += ["", f"Arguments are checked in this order{whose}: "
                       + ", ".join(self.check_text(c) for c in order)
@@ -359,7 +398,7 @@ def logical_lines(path):
 
 
 def read_table(path):
-    title, room, groups, shared_arguments, shared_checks = None, None, [], {}, {}
+    title, room, codes, groups, shared_arguments, shared_checks = None, None, [], [], {}, {}
     for number, line in logical_lines(path):
         try:
             key, _, rest = line.partition(" ")
@@ -367,6 +406,10 @@ def read_table(path):
                 title = rest
             elif key == "room":
                 room = rest
+            elif key == "codes":
+                codes.append(Codes(rest))
+            elif key == "code":
+                codes[-1].values.append(rest.split(" ", 2))
             elif key == "group":
                 groups.append(Group(rest, room, shared_arguments, shared_checks))
             elif key == "text":
@@ -394,14 +437,16 @@ def read_table(path):
                 raise TableError(f"not understood: {line}")
         except TableError as error:
             raise SystemExit(f"{path.name}:{number}: {error}")
-    return title, groups
+    return title, codes, groups
 
 
-def header_file(stem, title, groups):
+def header_file(stem, title, codes, groups):
     guard = f"ZOPI_{stem.upper()}_H_"
     lines = [f"/// @file", f"/// {title}", f"// {NOTICE.format(stem)}", "// clang-format off",
              f"#ifndef {guard}", f"#define {guard}", "", '#include "zopi/status.h"', '#include "zopi/types.h"', "",
              "#ifdef __cplusplus", 'extern "C" {', "#endif", ""]
+    for code in codes:
+        lines += code.declaration()
     for group in groups:
         for paragraph in group.documentation():
             lines += fill(paragraph, "/// ") if paragraph else ["///"]
@@ -423,12 +468,12 @@ def exports_file(stem, functions):
 def registry_file(tables):
     lines = [f"// {NOTICE.format('*')}", "// clang-format off", "namespace registry {", "", "const std::vector<Function>& functions() {",
              "  static const std::vector<Function> all = {"]
-    for _, _, groups in tables:
+    for _, _, _, groups in tables:
         for group in groups:
             lines += [f.registry() for f in group.functions if f.result == "ZopStatus"]
     lines += ["  };", "  return all;", "}", "", "const std::vector<const char*>& exportedNames() {",
               "  static const std::vector<const char*> all = {"]
-    names = sorted(f.name.text for _, _, groups in tables for g in groups for f in g.functions)
+    names = sorted(f.name.text for _, _, _, groups in tables for g in groups for f in g.functions)
     lines += [f'      "{n}",' for n in names] + ["  };", "  return all;", "}", "", "}  // namespace registry", ""]
     return "\n".join(lines)
 
@@ -436,13 +481,13 @@ def registry_file(tables):
 def outputs():
     tables = [(path.stem, *read_table(path)) for path in sorted((ROOT / "api").glob("*.api"))]
     files, rooms = {}, {}
-    for stem, title, groups in tables:
-        files[f"include/zopi/{stem}.h"] = header_file(stem, title, groups)
+    for stem, title, codes, groups in tables:
+        files[f"include/zopi/{stem}.h"] = header_file(stem, title, codes, groups)
         for group in groups:
             rooms.setdefault((stem, group.room), []).extend(group.functions)
     for (stem, room), functions in rooms.items():
         files[f"src/{room}.exports.inc"] = exports_file(stem, functions)
-    names = [f.name.text for _, _, groups in tables for g in groups for f in g.functions]
+    names = [f.name.text for _, _, _, groups in tables for g in groups for f in g.functions]
     for name in {n for n in names if names.count(n) > 1}:
         raise SystemExit(f"{name} stands in the table twice")
     umbrella = "".join(f'#include "zopi/{s}.h"\n' for s in sorted(["status", "types"] + [t[0] for t in tables]))

@@ -356,6 +356,37 @@ Image averagedBy5x5(const Image& picture) {
   return filtered(picture, zopiFilterBox_8u_C3R, ZopImageSize{5, 5}, ZopImagePoint{2, 2});
 }
 
+// The picture at 0.4 of its size in the middle of itself.
+Image withThumbnail(const Image& picture) {
+  Image tile = copyOf(picture);
+  const ZopImageSize small = {picture.size.width * 2 / 5, picture.size.height * 2 / 5};
+  Zop8u* middle =
+      tile.row((picture.size.height - small.height) / 2) + (picture.size.width - small.width) / 2 * 3;
+  check(zopiResize_8u_C3R(picture.data(), picture.size, picture.step,
+                          {0, 0, picture.size.width, picture.size.height}, middle, tile.step, small, 0.4, 0.4,
+                          zopInterSuper));
+  return tile;
+}
+
+// The middle of the picture, enlarged: its left half by one interpolation, its right half by another.
+Image enlargedTwoWays(const Image& picture, double factor, int left, int right) {
+  Image tile = newColourImage(picture.size);
+  const ZopImageSize half = {picture.size.width / 2, picture.size.height};
+  for (const int side : {0, 1}) {
+    const ZopImageRect all = {0, 0, picture.size.width, picture.size.height};
+    check(zopiResizeCenter_8u_C3R(
+        picture.data(), picture.size, picture.step, all, tile.data() + side * half.width * 3, tile.step, half,
+        factor, factor, picture.size.width / 2.0, picture.size.height / 2.0, side == 0 ? left : right));
+  }
+  return tile;
+}
+Image enlargedSmoothly(const Image& picture) {
+  return enlargedTwoWays(picture, 1.5, zopInterLinear, zopInterCubic);
+}
+Image enlargedByRepeating(const Image& picture) {
+  return enlargedTwoWays(picture, 6, zopInterNearest, zopInterLinear);
+}
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -392,6 +423,9 @@ constexpr Tile kTiles[] = {
     {"Sharpened", "zopiFilterSharpen_8u_C3R", sharpened},
     {"Details", "zopiFilterLaplace_8u_C3R, 5x5", details},
     {"Edges", "zopiFilterSobelHoriz_8u_C3R, _SobelVert_8u_C3R", edges},
+    {"A thumbnail of means", "zopiResize_8u_C3R, 0.4", withThumbnail},
+    {"Linear and cubic", "zopiResizeCenter_8u_C3R, 1.5", enlargedSmoothly},
+    {"Nearest and linear", "zopiResizeCenter_8u_C3R, 6", enlargedByRepeating},
 };
 
 }  // namespace

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "zopi/geom.h"
+
 namespace registry {
 
 int goodConstant(const Argument& argument) {
@@ -25,6 +27,12 @@ Value goodParameter(const Argument& argument) {
   if (std::strcmp(argument.name, "kernelSize") == 0) return ZopImageSize{40, 20};
   if (std::strcmp(argument.name, "pKernel") == 0) return static_cast<void*>(weights);
   if (std::strcmp(argument.name, "divisor") == 0) return 3;
+  for (const char* name : {"xFactor", "yFactor", "xFr", "yFr"}) {
+    if (std::strcmp(argument.name, name) == 0) return 1.0;
+  }
+  if (std::strcmp(argument.name, "interpolation") == 0) return zopInterLinear;
+  if (std::strcmp(argument.name, "srcSize") == 0) return ZopImageSize{5, 3};
+  if (std::strcmp(argument.name, "srcRoi") == 0) return ZopImageRect{0, 0, 5, 3};
   return {};
 }
 
@@ -56,8 +64,10 @@ Arguments::Arguments(const Function& function, ZopImageSize size)
       values.emplace_back(a.planes > 0 ? static_cast<void*>(planes_[i].data()) : planes_[i][0]);
     } else if (a.role == Role::Step) {
       values.emplace_back(step);
-    } else if (a.role == Role::Size) {
+    } else if (a.role == Role::Size || a.role == Role::WholeSize) {
       values.emplace_back(size);
+    } else if (a.role == Role::Region) {
+      values.emplace_back(ZopImageRect{0, 0, size.width, size.height});
     } else if (a.role == Role::Sample) {
       std::int64_t sample;
       std::memset(&sample, kGoodConstant, sizeof sample);

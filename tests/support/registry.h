@@ -10,9 +10,24 @@
 
 namespace registry {
 
-// Steps are an array of one a plane. A constant is an array of samples, a sample one by value, a result
-// memory for samples; a value is any other parameter.
-enum class Role { Source, Destination, InPlace, Mask, Step, Steps, Size, Constant, Sample, Result, Value };
+// A source that is read beyond its region has the size of the whole image behind it, and the region behind
+// its step. Steps are an array of one a plane. A constant is an array of samples, a sample one by value, a
+// result memory for samples; a value is any other parameter.
+enum class Role {
+  Source,
+  Destination,
+  InPlace,
+  Mask,
+  WholeSize,
+  Region,
+  Step,
+  Steps,
+  Size,
+  Constant,
+  Sample,
+  Result,
+  Value
+};
 
 struct Argument {
   Role role;
