@@ -2,13 +2,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <memory>
 #include <type_traits>
 
-#include "core/memory.h"
 #include "core/rounding.h"
 #include "core/walk.h"
 #include "filter/box_rows.h"
+#include "filter/window.h"
 #include "move/copy.h"
 #include "zopi/status.h"
 
@@ -17,11 +16,6 @@ namespace {
 
 ZopStatus checkMask(ZopImageSize mask) {
   return mask.width < 2 || mask.height < 2 ? zopStatusBadMaskSize : zopStatusOk;
-}
-
-ZopStatus checkAnchor(ZopImageSize mask, ZopImagePoint anchor) {
-  const bool outside = anchor.x < 0 || anchor.y < 0 || anchor.x >= mask.width || anchor.y >= mask.height;
-  return outside ? zopStatusBadAnchor : zopStatusOk;
 }
 
 std::int64_t areaOf(ZopImageSize mask) { return std::int64_t{mask.width} * mask.height; }
@@ -66,11 +60,6 @@ const BoxRows<T>& rowsFor(ZopImageSize mask) {
   }
 }
 
-template <class Layout, class T>
-Image<const T> windowOf(Image<const T> src, ZopImagePoint anchor) {
-  return {src.row(-std::ptrdiff_t{anchor.y}) - std::ptrdiff_t{anchor.x} * Layout::channels, src.step};
-}
-
 bool fits(std::ptrdiff_t bytes) { return bytes <= INT32_MAX; }
 
 // What is wider than a byte advances by whole samples, but for four channels.
@@ -103,14 +92,6 @@ ZopStatus boxed(Image<const T> src, Image<T> dst, ZopImageSize size, ZopImageSiz
                       const RoundingToNearest nearest;
                       rows.band(shape, slice, window.from(begin), out.from(begin), end - begin);
                     });
-}
-
-struct ReleaseScratch {
-  void operator()(unsigned char* scratch) const { zopFreeAligned(scratch); }
-};
-using Scratch = std::unique_ptr<unsigned char, ReleaseScratch>;
-Scratch newScratch(std::ptrdiff_t bytes) {
-  return Scratch(fits(bytes) ? static_cast<unsigned char*>(zopAllocBytes(static_cast<int>(bytes))) : nullptr);
 }
 
 // In place a row of results may not overwrite what later rows are made of: it waits in a ring until the

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "core/row_shapes-inl.h"
+#include "filter/stencil-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zopi {
@@ -55,17 +56,6 @@ constexpr std::ptrdiff_t withRoom(std::ptrdiff_t samples) {
 template <class K>
 HWY_INLINE std::ptrdiff_t bytesFor(std::ptrdiff_t samples) {
   return (withRoom<K>(samples) * static_cast<std::ptrdiff_t>(sizeof(K)) + 63) / 64 * 64;
-}
-
-// f(i, part) for the vectors of n samples. The last overlaps the one before, so that f may be called for a
-// sample twice; only a row shorter than a vector has a part of one.
-template <class D, class F>
-HWY_INLINE void forVectors(D, std::ptrdiff_t n, const F& f) {
-  constexpr std::integral_constant<std::ptrdiff_t, kLanes<D>> whole;
-  if (n < whole) return f(std::ptrdiff_t{0}, n);
-  std::ptrdiff_t i = 0;
-  for (; i + whole <= n; i += whole) f(i, whole);
-  if (i < n) f(n - whole, whole);
 }
 
 // The column sums of type K over samples of type T.

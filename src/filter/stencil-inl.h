@@ -30,6 +30,17 @@ struct Taps {
   HWY_INLINE hn::Vec<D> at(int k) const { return hn::LoadU(D(), middle + k * distance); }
 };
 
+// f(i, part) for the vectors of n samples. The last overlaps the one before, so that f may be called for a
+// sample twice; only a row shorter than a vector has a part of one.
+template <class D, class F>
+HWY_INLINE void forVectors(D, std::ptrdiff_t n, const F& f) {
+  constexpr std::integral_constant<std::ptrdiff_t, kLanes<D>> whole;
+  if (n < whole) return f(std::ptrdiff_t{0}, n);
+  std::ptrdiff_t i = 0;
+  for (; i + whole <= n; i += whole) f(i, whole);
+  if (i < n) f(n - whole, whole);
+}
+
 // What a vector of four-channel pixels keeps of the destination: alpha.
 template <bool kKeeps, class D>
 struct AlphaKeeper {
@@ -39,10 +50,17 @@ struct AlphaKeeper {
   HWY_INLINE hn::Vec<D> operator()(hn::Vec<D> v, const hn::TFromD<D>* old) const {
     return hn::IfVecThenElse(written, v, hn::LoadU(D(), old));
   }
+  // The first n samples of a vector.
+  HWY_INLINE void store(hn::Vec<D> v, hn::TFromD<D>* out, std::ptrdiff_t n) const {
+    storePart(D(), hn::IfVecThenElse(written, v, loadPart(D(), out, n)), out, n);
+  }
 };
 template <class D>
 struct AlphaKeeper<false, D> {
   HWY_INLINE hn::Vec<D> operator()(hn::Vec<D> v, const hn::TFromD<D>*) const { return v; }
+  HWY_INLINE void store(hn::Vec<D> v, hn::TFromD<D>* out, std::ptrdiff_t n) const {
+    storePart(D(), v, out, n);
+  }
 };
 
 // The rows of a window, from top to bottom.
