@@ -174,6 +174,19 @@ const std::vector<OwnCheck> kOwnChecks = {
      }},
     {"checkMaskCode(maskCode)", "maskCode", zopStatusBadMaskSize,
      [](const Argument&) { return std::vector<Value>{34, 53, 0, -33, 15, INT32_MAX}; }},
+    {"checkRowCode(maskCode)", "maskCode", zopStatusBadMaskSize,
+     [](const Argument&) { return std::vector<Value>{13, 33, 55, 30, 0, -31, INT32_MIN}; }},
+    {"checkColumnCode(maskCode)", "maskCode", zopStatusBadMaskSize,
+     [](const Argument&) { return std::vector<Value>{31, 33, 55, 14, 0, -13, INT32_MAX}; }},
+    {"checkMaskSize(maskSize)", "maskSize", zopStatusBadMaskSize,
+     [](const Argument&) {
+       return std::vector<Value>{ZopImageSize{0, 5}, ZopImageSize{4, 0}, ZopImageSize{-4, -5}};
+     }},
+    {"checkOddMask(maskSize)", "maskSize", zopStatusBadMaskSize,
+     [](const Argument&) {
+       return std::vector<Value>{ZopImageSize{4, 3}, ZopImageSize{3, 2}, ZopImageSize{0, 5},
+                                 ZopImageSize{3, -5}, ZopImageSize{INT32_MIN, 3}};
+     }},
     {"checkMode(cmpOp)", "cmpOp", zopStatusUnsupportedMode,
      [](const Argument&) { return std::vector<Value>{-1, 1, 2, 3, 5, INT32_MIN}; }},
     {"checkScaleRange(vMin,vMax)", "vMax", zopStatusBadScaleRange,

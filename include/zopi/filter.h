@@ -1090,6 +1090,335 @@ ZOPI_API ZopStatus zopiFilterColumn32f_16s_C4R(const Zop16s* pSrc, int srcStep, 
     ZopImageSize roiSize, const Zop32f* pKernel, int kernelSize, int yAnchor);
 /// @}
 
+/// @name Minimum and maximum over a rectangle
+///
+/// Each sample becomes the smallest (`FilterMin`) or the largest (`FilterMax`) of its channel over the mask.
+/// With a mask of 1x1 that is a copy. `AC4` forms leave the destination's alpha alone.
+///
+/// The halo is `anchor.x` pixels wide on the left, `anchor.y` high above, and has what is left of the mask on
+/// the right and below.
+///
+/// The time hardly depends on the mask. Columns are gone through in groups of as many rows as the mask has,
+/// after M. van Herk, "A fast algorithm for local minimum and maximum filters on rectangular and octagonal
+/// kernels" (1992), and J. Gil and M. Werman, "Computing 2-D min, median, and max filters" (1993); rows by
+/// windows that grow to four times their width with each pass.
+///
+/// `32f`: where a mask holds a number that is none, or zeros of both signs are its extremes, the result is
+/// one of its samples, but which one is left open.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `maskSize`: Width and height of the mask in pixels, each at least 1.
+/// - `anchor`: The cell of the mask that lies on the pixel, counted from the upper left one, (0, 0).
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1,
+/// @ref zopStatusBadMaskSize (-33) if the mask has less than 1 column or row, @ref zopStatusBadAnchor (-34)
+/// if `anchor` lies outside the mask. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk, or @ref zopStatusNoMemory (-9); then nothing is written.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterMax_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterMax_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterMax_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMax_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterMax_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterMax_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterMax_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMax_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterMax_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterMax_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiFilterMax_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMax_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterMin_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterMin_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterMin_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMin_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterMin_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterMin_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterMin_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMin_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiFilterMin_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterMin_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiFilterMin_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMin_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// @}
+
+/// @name Median of a few neighbours
+///
+/// Each sample becomes the median of the samples of its channel in a row (`FilterMedianHoriz`) or column
+/// (`FilterMedianVert`) whose middle it is. `C4` forms treat alpha like any other channel, `AC4` forms leave
+/// the destination's alpha alone.
+///
+/// The halo is half the mask: one pixel or two on the left and on the right, or above and below.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo beside the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `maskCode`: The mask, its width in the first digit and its height in the second: 31 or 51 for a row of 3
+///   or 5 samples, 13 or 15 for a column of them.
+///
+/// Arguments are checked in this order in the forms `8u_C1R`, `8u_C3R`, `8u_C4R`, `8u_AC4R`, `16s_C1R`,
+/// `16s_C3R`, `16s_C4R`, `16s_AC4R`: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1,
+/// @ref zopStatusBadMaskSize (-33) if `maskCode` is neither 31 nor 51. After a failed check nothing is
+/// written.
+///
+/// Arguments are checked in this order in the forms `8u_C1R`, `8u_C3R`, `8u_C4R`, `8u_AC4R`, `16s_C1R`,
+/// `16s_C3R`, `16s_C4R`, `16s_AC4R`: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1,
+/// @ref zopStatusBadMaskSize (-33) if `maskCode` is neither 13 nor 15. After a failed check nothing is
+/// written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterMedianHoriz_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterMedianHoriz_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterMedianHoriz_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMedianHoriz_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterMedianHoriz_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterMedianHoriz_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterMedianHoriz_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMedianHoriz_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterMedianVert_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterMedianVert_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterMedianVert_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMedianVert_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterMedianVert_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterMedianVert_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterMedianVert_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMedianVert_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// @}
+
+/// @name Median of a cross
+///
+/// Each sample becomes the median of the middle row and the middle column of its window, 5 or 9 samples of
+/// its channel. `AC4` forms leave the destination's alpha alone.
+///
+/// The halo is one pixel wide with a cross of 3x3 and two with one of 5x5; its corners are not read.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `maskCode`: 33 for the cross in a square of 3x3, 55 for that of 5x5, whose middle lies on the pixel.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1,
+/// @ref zopStatusBadMaskSize (-33) if `maskCode` is neither 33 nor 55. After a failed check nothing is
+/// written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterMedianCross_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterMedianCross_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMedianCross_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterMedianCross_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterMedianCross_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMedianCross_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// @}
+
+/// @name Median over a rectangle
+///
+/// Each sample becomes the median of its channel over the mask. With a mask of 1x1 that is a copy. `C4` forms
+/// treat alpha like any other channel, `AC4` forms leave the destination's alpha alone.
+///
+/// The halo is `anchor.x` pixels wide on the left, `anchor.y` high above, and has what is left of the mask on
+/// the right and below.
+///
+/// Networks of comparisons serve masks of 3x3 and 5x5, and of 3 or 5 cells in a row or column. Other masks of
+/// up to a few hundred cells take time in proportion to their area. For larger ones of bytes the time hardly
+/// depends on the mask, after S. Perreault and P. Hebert, "Median filtering in constant time" (2007); of
+/// words it grows with the mask's height.
+///
+/// `8u` masks of 3x3 and 5x5 on four channels are shared by a team of threads from 4096 pixels on.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `maskSize`: Width and height of the mask in pixels, each odd.
+/// - `anchor`: The cell of the mask that lies on the pixel, counted from the upper left one, (0, 0).
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1,
+/// @ref zopStatusBadMaskSize (-33) if the mask's width or height is even or below 1, @ref zopStatusBadAnchor
+/// (-34) if `anchor` lies outside the mask. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk, or @ref zopStatusNoMemory (-9); then nothing is written.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiFilterMedian_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterMedian_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiFilterMedian_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMedian_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiFilterMedian_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterMedian_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiFilterMedian_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMedian_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, ZopImageSize maskSize, ZopImagePoint anchor);
+/// @}
+
+/// @name Median of colours
+///
+/// Each pixel becomes that pixel of its window whose distances from all others add up to the least, the
+/// vector median of J. Astola, P. Haavisto and Y. Neuvo (1990): no colour is new. The distance of two pixels
+/// is the sum of the differences of their three channels. Of pixels with equal sums, the first from left to
+/// right and from top to bottom counts. `AC4` forms leave the destination's alpha alone and do not look at
+/// the source's.
+///
+/// `32f`: sums are of double precision. They run along the row: the distances from the column that leaves are
+/// taken away from those of the pixels that stay, and the distances from the column that enters are added.
+///
+/// The halo is one pixel wide with a mask of 3x3 and two with one of 5x5.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next. The pixels of the halo around the region are read, too: they must be there.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `maskCode`: 33 for the mask of 3x3, 55 for that of 5x5, whose middle lies on the pixel.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1,
+/// @ref zopStatusBadMaskSize (-33) if `maskCode` is neither 33 nor 55. After a failed check nothing is
+/// written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiFilterMedianColor_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMedianColor_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiFilterMedianColor_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMedianColor_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiFilterMedianColor_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiFilterMedianColor_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst,
+    int dstStep, ZopImageSize roiSize, int maskCode);
+/// @}
+
 #ifdef __cplusplus
 }
 #endif

@@ -50,10 +50,17 @@ struct AlphaKeeper {
   HWY_INLINE hn::Vec<D> operator()(hn::Vec<D> v, const hn::TFromD<D>* old) const {
     return hn::IfVecThenElse(written, v, hn::LoadU(D(), old));
   }
+  // The first n samples of a vector.
+  HWY_INLINE void store(hn::Vec<D> v, hn::TFromD<D>* out, std::ptrdiff_t n) const {
+    storePart(D(), hn::IfVecThenElse(written, v, loadPart(D(), out, n)), out, n);
+  }
 };
 template <class D>
 struct AlphaKeeper<false, D> {
   HWY_INLINE hn::Vec<D> operator()(hn::Vec<D> v, const hn::TFromD<D>*) const { return v; }
+  HWY_INLINE void store(hn::Vec<D> v, hn::TFromD<D>* out, std::ptrdiff_t n) const {
+    storePart(D(), v, out, n);
+  }
 };
 
 // The rows of a window, from top to bottom.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 #include "zopi/geom.h"
 
@@ -33,6 +34,13 @@ Value goodParameter(const Argument& argument) {
   if (std::strcmp(argument.name, "interpolation") == 0) return zopInterLinear;
   if (std::strcmp(argument.name, "srcSize") == 0) return ZopImageSize{5, 3};
   if (std::strcmp(argument.name, "srcRoi") == 0) return ZopImageRect{0, 0, 5, 3};
+Value goodParameter(const Function& function, const Argument& argument) {
+  if (std::strcmp(argument.name, "vMax") == 0) return 1.0f;  // vMin is 0
+  const std::string operation = function.operation;
+  if (std::strcmp(argument.name, "maskCode") == 0)
+    return operation == "FilterMedianHoriz" ? 51 : operation == "FilterMedianVert" ? 15 : 55;
+  if (std::strcmp(argument.name, "maskSize") == 0)
+    return operation == "FilterMedian" ? ZopImageSize{3, 5} : ZopImageSize{4, 5};
   return {};
 }
 
@@ -42,7 +50,7 @@ Arguments::Arguments(const Function& function, ZopImageSize size)
     : planes_(function.arguments.size()), steps_(function.arguments.size()) {
   std::mt19937 random(1);
   std::vector<Value> parameters;
-  for (const Argument& a : function.arguments) parameters.push_back(goodParameter(a));
+  for (const Argument& a : function.arguments) parameters.push_back(goodParameter(function, a));
   int step = 0;
   for (std::size_t i = 0; i < function.arguments.size(); ++i) {
     const Argument& a = function.arguments[i];

@@ -1,0 +1,43 @@
+// Minimum and maximum over a rectangle.
+#include "filter/extremum_rows.h"
+#include "filter/window.h"
+#include "filter/window_shape.h"
+#include "move/copy.h"
+#include "zopi/status.h"
+
+namespace zopi {
+namespace {
+
+ZopStatus checkMaskSize(ZopImageSize mask) {
+  return mask.width < 1 || mask.height < 1 ? zopStatusBadMaskSize : zopStatusOk;
+}
+
+enum Extremum { kFilterMin, kFilterMax };
+
+template <class Layout, class T>
+ZopStatus extremum(Extremum extremum, Image<const T> src, Image<T> dst, ZopImageSize size, ZopImageSize mask,
+                   ZopImagePoint anchor) {
+  if (mask.width == 1 && mask.height == 1) {
+    if constexpr (Layout::colours < Layout::channels)
+      return copyColours(src, dst, size);
+    else
+      return copyPixels<Layout>(src, dst, size);
+  }
+  const ExtremumTable& table = extremumTable();
+  const ExtremumRows<T>& rows = (extremum == kFilterMin ? table.minimum : table.maximum).template of<T>();
+  const Image<const T> window = windowOf<Layout>(src, anchor);
+  if (mask.width == 3 && mask.height == 3) {
+    mapStencil<Layout>(rows.of3x3, Image<const T>{window.row(1) + Layout::channels, window.step}, dst, size);
+    return zopStatusOk;
+  }
+  const WindowShape shape = windowShape<Layout>(size, mask);
+  const Scratch scratch = newScratch(rows.scratchBytes(shape, size.height));
+  if (scratch == nullptr) return zopStatusNoMemory;
+  rows.band(shape, scratch.get(), window, dst, size.height);
+  return zopStatusOk;
+}
+
+}  // namespace
+}  // namespace zopi
+
+#include "filter/extremum.exports.inc"
