@@ -64,7 +64,8 @@ class Name:
             if match := re.fullmatch(r"(\d+(?:sc|fc|u|s|f))(\d+(?:sc|fc|u|s|f))?", part):
                 self.types = [t for t in match.groups() if t]
                 self.variant, self.form = "_".join(parts[1:i]), "_".join(parts[i:])
-                self.descriptor(parts[i + 1] if i + 1 < len(parts) else "")
+                if i + 1 < len(parts):
+                    self.descriptor(parts[i + 1])
                 break
 
     def descriptor(self, text):
@@ -92,7 +93,7 @@ class Name:
         if self.of_interest:
             layouts = f"one channel of {WORDS[self.layouts[0]].split()[0]}"
         extra = [w for w, on in (("in place", self.in_place), ("under a mask", self.masked)) if on]
-        return ", ".join([types, layouts] + extra).capitalize() + "."
+        return ", ".join([types] + [layouts] * bool(layouts) + extra).capitalize() + "."
 
 
 class Argument:
@@ -298,10 +299,10 @@ class Group:
         for f in self.functions:
             if f.checks:
                 orders.setdefault(tuple(f.checks), []).append(f.name)
-        layouts = {order: {n.layouts[0] for n in names} for order, names in orders.items()}
+        layouts = {order: {n.source[1] for n in names} for order, names in orders.items()}
         tell_apart = sum(map(len, layouts.values())) == len(set().union(*layouts.values()))
         for order, names in orders.items():
-            forms = [n.layouts[0] if tell_apart else n.form for n in names]
+            forms = [n.source[1] if tell_apart else n.form for n in names]
             whose = "" if len(orders) == 1 else f" in the forms {', '.join(dict.fromkeys(f'`{f}`' for f in forms))}"
             lines += ["", f"Arguments are checked in this order{whose}: "
                       + ", ".join(self.check_text(c) for c in order)
@@ -356,12 +357,14 @@ def logical_lines(path):
 
 
 def read_table(path):
-    title, room, groups, shared_arguments, shared_checks = None, None, [], {}, {}
+    title, includes, room, groups, shared_arguments, shared_checks = None, [], None, [], {}, {}
     for number, line in logical_lines(path):
         try:
             key, _, rest = line.partition(" ")
             if key == "header":
                 title = rest
+            elif key == "include":
+                includes.append(rest)
             elif key == "room":
                 room = rest
             elif key == "group":
@@ -391,13 +394,14 @@ def read_table(path):
                 raise TableError(f"not understood: {line}")
         except TableError as error:
             raise SystemExit(f"{path.name}:{number}: {error}")
-    return title, groups
+    return title, includes, groups
 
 
-def header_file(stem, title, groups):
+def header_file(stem, title, includes, groups):
     guard = f"ZOPI_{stem.upper()}_H_"
     lines = [f"/// @file", f"/// {title}", f"// {NOTICE.format(stem)}", "// clang-format off",
-             f"#ifndef {guard}", f"#define {guard}", "", '#include "zopi/status.h"', '#include "zopi/types.h"', "",
+             f"#ifndef {guard}", f"#define {guard}", ""]
+    lines += [f'#include "zopi/{name}.h"' for name in sorted(["status", "types"] + includes)] + ["",
              "#ifdef __cplusplus", 'extern "C" {', "#endif", ""]
     for group in groups:
         for paragraph in group.documentation():
@@ -420,12 +424,12 @@ def exports_file(stem, functions):
 def registry_file(tables):
     lines = [f"// {NOTICE.format('*')}", "// clang-format off", "namespace registry {", "", "const std::vector<Function>& functions() {",
              "  static const std::vector<Function> all = {"]
-    for _, _, groups in tables:
+    for *_, groups in tables:
         for group in groups:
             lines += [f.registry() for f in group.functions if f.result == "ZopStatus"]
     lines += ["  };", "  return all;", "}", "", "const std::vector<const char*>& exportedNames() {",
               "  static const std::vector<const char*> all = {"]
-    names = sorted(f.name.text for _, _, groups in tables for g in groups for f in g.functions)
+    names = sorted(f.name.text for *_, groups in tables for g in groups for f in g.functions)
     lines += [f'      "{n}",' for n in names] + ["  };", "  return all;", "}", "", "}  // namespace registry", ""]
     return "\n".join(lines)
 
@@ -433,13 +437,13 @@ def registry_file(tables):
 def outputs():
     tables = [(path.stem, *read_table(path)) for path in sorted((ROOT / "api").glob("*.api"))]
     files, rooms = {}, {}
-    for stem, title, groups in tables:
-        files[f"include/zopi/{stem}.h"] = header_file(stem, title, groups)
+    for stem, title, includes, groups in tables:
+        files[f"include/zopi/{stem}.h"] = header_file(stem, title, includes, groups)
         for group in groups:
             rooms.setdefault((stem, group.room), []).extend(group.functions)
     for (stem, room), functions in rooms.items():
         files[f"src/{room}.exports.inc"] = exports_file(stem, functions)
-    names = [f.name.text for _, _, groups in tables for g in groups for f in g.functions]
+    names = [f.name.text for *_, groups in tables for g in groups for f in g.functions]
     for name in {n for n in names if names.count(n) > 1}:
         raise SystemExit(f"{name} stands in the table twice")
     umbrella = "".join(f'#include "zopi/{s}.h"\n' for s in sorted(["status", "types"] + [t[0] for t in tables]))
