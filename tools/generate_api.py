@@ -68,7 +68,8 @@ class Name:
             if match := re.fullmatch(r"(\d+(?:sc|fc|u|s|f))(\d+(?:sc|fc|u|s|f))?", part):
                 self.types = [t for t in match.groups() if t]
                 self.variant, self.form = "_".join(parts[1:i]), "_".join(parts[i:])
-                self.descriptor(parts[i + 1] if i + 1 < len(parts) else "")
+                if i + 1 < len(parts):
+                    self.descriptor(parts[i + 1])
                 break
 
     def descriptor(self, text):
@@ -96,7 +97,7 @@ class Name:
         if self.of_interest:
             layouts = f"one channel of {WORDS[self.layouts[0]].split()[0]}"
         extra = [w for w, on in (("in place", self.in_place), ("under a mask", self.masked)) if on]
-        return ", ".join([types, layouts] + extra).capitalize() + "."
+        return ", ".join([types] + [layouts] * bool(layouts) + extra).capitalize() + "."
 
 
 class Argument:
@@ -303,6 +304,16 @@ class Codes:
         return lines + ["};", ""]
 
 
+class Record:
+    """A record that only the library looks into."""
+
+    def __init__(self, name, text):
+        self.name, self.text = name, text
+
+    def declaration(self):
+        return fill(self.text, "/// ") + [f"typedef struct {self.name} {self.name};", ""]
+
+
 class Group:
     def __init__(self, title, room, arguments, check_texts):
         self.title, self.room, self.arguments = title, room, dict(arguments)
@@ -398,7 +409,7 @@ def logical_lines(path):
 
 
 def read_table(path):
-    title, room, codes, groups, shared_arguments, shared_checks = None, None, [], [], {}, {}
+    title, room, declared, groups, shared_arguments, shared_checks = None, None, [], [], {}, {}
     for number, line in logical_lines(path):
         try:
             key, _, rest = line.partition(" ")
@@ -407,9 +418,11 @@ def read_table(path):
             elif key == "room":
                 room = rest
             elif key == "codes":
-                codes.append(Codes(rest))
+                declared.append(Codes(rest))
             elif key == "code":
-                codes[-1].values.append(rest.split(" ", 2))
+                declared[-1].values.append(rest.split(" ", 2))
+            elif key == "record":
+                declared.append(Record(*rest.split(" ", 1)))
             elif key == "group":
                 groups.append(Group(rest, room, shared_arguments, shared_checks))
             elif key == "text":
@@ -437,16 +450,16 @@ def read_table(path):
                 raise TableError(f"not understood: {line}")
         except TableError as error:
             raise SystemExit(f"{path.name}:{number}: {error}")
-    return title, codes, groups
+    return title, declared, groups
 
 
-def header_file(stem, title, codes, groups):
+def header_file(stem, title, declared, groups):
     guard = f"ZOPI_{stem.upper()}_H_"
     lines = [f"/// @file", f"/// {title}", f"// {NOTICE.format(stem)}", "// clang-format off",
              f"#ifndef {guard}", f"#define {guard}", "", '#include "zopi/status.h"', '#include "zopi/types.h"', "",
              "#ifdef __cplusplus", 'extern "C" {', "#endif", ""]
-    for code in codes:
-        lines += code.declaration()
+    for declaration in declared:
+        lines += declaration.declaration()
     for group in groups:
         for paragraph in group.documentation():
             lines += fill(paragraph, "/// ") if paragraph else ["///"]
@@ -481,8 +494,8 @@ def registry_file(tables):
 def outputs():
     tables = [(path.stem, *read_table(path)) for path in sorted((ROOT / "api").glob("*.api"))]
     files, rooms = {}, {}
-    for stem, title, codes, groups in tables:
-        files[f"include/zopi/{stem}.h"] = header_file(stem, title, codes, groups)
+    for stem, title, declared, groups in tables:
+        files[f"include/zopi/{stem}.h"] = header_file(stem, title, declared, groups)
         for group in groups:
             rooms.setdefault((stem, group.room), []).extend(group.functions)
     for (stem, room), functions in rooms.items():

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "zopi/geom.h"
+#include "zopi/transform.h"
 
 namespace registry {
 
@@ -19,28 +20,41 @@ namespace {
 unsigned char cells[64] = {1, 1, 0, 1};
 Zop32f weights[1024] = {1, 2, -1};
 
-Value goodParameter(const Argument& argument) {
-  if (std::strcmp(argument.name, "vMax") == 0) return 1.0f;  // vMin is 0
-  if (std::strcmp(argument.name, "maskCode") == 0) return 55;
-  if (std::strcmp(argument.name, "maskSize") == 0) return ZopImageSize{4, 5};
-  if (std::strcmp(argument.name, "pMask") == 0) return static_cast<void*>(cells);
-  // A kernel of one size serves as a length, too.
-  if (std::strcmp(argument.name, "kernelSize") == 0) return ZopImageSize{40, 20};
-  if (std::strcmp(argument.name, "pKernel") == 0) return static_cast<void*>(weights);
-  if (std::strcmp(argument.name, "divisor") == 0) return 3;
-  for (const char* name : {"xFactor", "yFactor", "xFr", "yFr"}) {
-    if (std::strcmp(argument.name, name) == 0) return 1.0;
-  }
-  if (std::strcmp(argument.name, "interpolation") == 0) return zopInterLinear;
-  if (std::strcmp(argument.name, "srcSize") == 0) return ZopImageSize{5, 3};
-  if (std::strcmp(argument.name, "srcRoi") == 0) return ZopImageRect{0, 0, 5, 3};
+// A context for transforms of 4x2 samples, of the kind that a function takes.
+template <class Spec>
+void* contextFrom(ZopStatus (*init)(Spec**, int, int, int, unsigned)) {
+  static Spec* const spec = [init] {
+    Spec* made = nullptr;
+    init(&made, 2, 1, ZOP_FFT_NODIV_BY_ANY, 0);
+    return made;
+  }();
+  return spec;
+}
+Value fourierContext(const Function& function) {
+  const std::string name = function.name;
+  if (name.find("32fc") != std::string::npos) return contextFrom(zopiFFTInitAlloc_C_32fc);
+  if (name.find("32s") != std::string::npos) return contextFrom(zopiFFTInitAlloc_R_32s);
+  return contextFrom(zopiFFTInitAlloc_R_32f);
+}
+int bufferBytes;
+
 Value goodParameter(const Function& function, const Argument& argument) {
-  if (std::strcmp(argument.name, "vMax") == 0) return 1.0f;  // vMin is 0
-  const std::string operation = function.operation;
-  if (std::strcmp(argument.name, "maskCode") == 0)
+  const std::string operation = function.operation, name = argument.name;
+  if (name == "vMax") return 1.0f;  // vMin is 0
+  if (name == "maskCode")
     return operation == "FilterMedianHoriz" ? 51 : operation == "FilterMedianVert" ? 15 : 55;
-  if (std::strcmp(argument.name, "maskSize") == 0)
-    return operation == "FilterMedian" ? ZopImageSize{3, 5} : ZopImageSize{4, 5};
+  if (name == "maskSize") return operation == "FilterMedian" ? ZopImageSize{3, 5} : ZopImageSize{4, 5};
+  if (name == "pMask") return static_cast<void*>(cells);
+  // A kernel of one size serves as a length, too.
+  if (name == "kernelSize") return ZopImageSize{40, 20};
+  if (name == "pKernel") return static_cast<void*>(weights);
+  if (name == "divisor") return 3;
+  if (name == "xFactor" || name == "yFactor" || name == "xFr" || name == "yFr") return 1.0;
+  if (name == "interpolation") return zopInterLinear;
+  if (name == "srcSize") return ZopImageSize{5, 3};
+  if (name == "srcRoi") return ZopImageRect{0, 0, 5, 3};
+  if (name == "pFFTSpec") return fourierContext(function);
+  if (name == "pBufSize") return &bufferBytes;
   return {};
 }
 

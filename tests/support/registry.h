@@ -1,6 +1,7 @@
 // The signature registry: what the API table says of every function, for sweeps over all of them.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -105,6 +106,11 @@ struct Function {
   }
 
   bool has(int flag) const { return (flags & flag) != 0; }
+
+  // Functions that make contexts, or release them, have no images.
+  bool hasImages() const {
+    return std::any_of(arguments.begin(), arguments.end(), [](const Argument& a) { return a.isImage(); });
+  }
 };
 
 // Every function that returns a status.
