@@ -1,8 +1,8 @@
 // The signature registry: what the API table says of every function, for sweeps over all of them.
 #pragma once
 
-#include <algorithm>
 #include <cstring>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -107,9 +107,10 @@ struct Function {
 
   bool has(int flag) const { return (flags & flag) != 0; }
 
-  // Functions that make contexts, or release them, have no images.
-  bool hasImages() const {
-    return std::any_of(arguments.begin(), arguments.end(), [](const Argument& a) { return a.isImage(); });
+  // Such calls change what later ones need.
+  bool makesOrReleasesContext() const {
+    const std::string_view made = operation;
+    return made.ends_with("InitAlloc") || made.ends_with("Free");
   }
 };
 
