@@ -528,6 +528,24 @@ std::vector<Zop8u> noise(ZopImageSize size) {
   return picture;
 }
 
+// Destinations that no cache holds, whose rows start at any address.
+TEST(Resize, LargeDestinations) {
+  constexpr ZopImageSize kImage = {700, 600}, kLarge = {4900, 4800};
+  const auto picture = noise(kImage);
+  sweep::onEveryTarget([&] {
+    std::vector<Zop8u> out(static_cast<std::size_t>(kLarge.width + 1) * kLarge.height, 7);
+    ASSERT_EQ(zopStatusOk,
+              zopiResize_8u_C1R(picture.data(), kImage, kImage.width, {0, 0, kImage.width, kImage.height},
+                                out.data(), kLarge.width + 1, kLarge, 7, 8, zopInterNearest));
+    for (int y = 0; y < kLarge.height; ++y) {
+      const Zop8u* row = &out[static_cast<std::size_t>(y) * (kLarge.width + 1)];
+      int wrong = row[kLarge.width] != 7;
+      for (int x = 0; x < kLarge.width; ++x) wrong += row[x] != picture[y / 8 * kImage.width + x / 7];
+      ASSERT_EQ(0, wrong) << y;
+    }
+  });
+}
+
 // Distances that sums of doubles hold exactly, so that a position does not depend on where it is counted
 // from.
 TEST(ResizeShift, TilesMakeTheWhole) {

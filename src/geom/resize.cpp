@@ -143,21 +143,22 @@ Entry cubicEntry(const Axis& axis, Place p) {
   return {base, static_cast<float>(p.position - base)};
 }
 
-using EntryOf = Entry (*)(const Axis& axis, Place place);
-template <class T>
-EntryOf entryFor(int interpolation) {
-  return interpolation == zopInterNearest  ? nearestEntry
-         : interpolation == zopInterLinear ? linearEntry<T>
-                                           : cubicEntry;
-}
-
-void fillTable(const Axis& axis, EntryOf entryOf, int samples, int* pixels, float* weights) {
+using FillTable = void (*)(const Axis& axis, int samples, int* pixels, float* weights);
+template <Entry (*kEntryOf)(const Axis& axis, Place place)>
+void fillTable(const Axis& axis, int samples, int* pixels, float* weights) {
   double position = axis.start;
   for (int i = 0; i < axis.count; ++i, position += axis.step) {
-    const Entry entry = entryOf(axis, placeOf(axis, position));
+    const Entry entry = kEntryOf(axis, placeOf(axis, position));
     pixels[i] = entry.pixel * samples;
     weights[i] = entry.weight;
   }
+}
+
+template <class T>
+FillTable tablesFor(int interpolation) {
+  return interpolation == zopInterNearest  ? fillTable<nearestEntry>
+         : interpolation == zopInterLinear ? fillTable<linearEntry<T>>
+                                           : fillTable<cubicEntry>;
 }
 
 struct Release {
@@ -190,9 +191,9 @@ ZopStatus interpolated(Images<const T, kFrom...> src, const Images<T, kTo...>& d
   Scratch scratch = {block.get()};
   int *columns = scratch.take<int>(across.count), *rows = scratch.take<int>(down.count);
   float *xWeights = scratch.take<float>(across.count), *yWeights = scratch.take<float>(down.count);
-  const EntryOf entryOf = entryFor<T>(interpolation);
-  fillTable(across, entryOf, L::channels, columns, xWeights);
-  fillTable(down, entryOf, 1, rows, yWeights);
+  const FillTable fill = tablesFor<T>(interpolation);
+  fill(across, L::channels, columns, xWeights);
+  fill(down, 1, rows, yWeights);
   const ResizeCall call = {across.count,
                            down.count,
                            L::channels,

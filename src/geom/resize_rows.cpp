@@ -11,6 +11,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "core/walk.h"
 #include "geom/resize_lanes-inl.h"
 #include "geom/windows.h"
 
@@ -40,15 +41,24 @@ struct Places {
   }
 };
 
+// f(s, weight) for all samples of a row and those that fill it up to whole groups, which weigh nothing.
+template <class F>
+void forWeights(const ResizeCall& call, const F& f) {
+  std::ptrdiff_t s = 0;
+  for (int x = 0; x < call.width; ++x) {
+    for (int c = 0; c < call.channels; ++c) f(s++, call.xWeights[x]);
+  }
+  for (; s < wholeGroups(call.samples()); ++s) f(s, 0.0f);
+}
+
 template <class T, int kWays>
 Windows windowsFor(const ResizeCall& call, Scratch& scratch, const Lane& lane) {
   constexpr std::ptrdiff_t kBytes = sizeof(T);
   const std::ptrdiff_t samples = call.samples();
-  const auto offsetOf = [&](std::ptrdiff_t s) {
-    return (call.columns[s / call.channels] + s % call.channels) * kBytes;
-  };
+  Places places(call, 0);
+  const auto nextOffset = [&] { return places.next() * kBytes; };
   return windowsOf<kWays>(scratch, lane, samples, wholeGroups(samples), call.rowBegin * kBytes,
-                          call.rowEnd * kBytes, offsetOf);
+                          call.rowEnd * kBytes, nextOffset);
 }
 
 using Bytes = Tag<uint8_t>;
@@ -96,21 +106,44 @@ void nearestRow(const ResizeCall& call, const Windows& windows, const T* from, T
   });
 }
 
+// A row of ours, past the caches.
+template <class T>
+void streamRow(const T* from, T* to, std::ptrdiff_t n) {
+  const Bytes d;
+  constexpr std::size_t kVector = kLanes<Bytes>;
+  const std::size_t bytes = static_cast<std::size_t>(n) * sizeof(T);
+  const auto* in = reinterpret_cast<const unsigned char*>(from);
+  auto* out = reinterpret_cast<unsigned char*>(to);
+  std::size_t i = std::min(bytes, (kVector - reinterpret_cast<std::uintptr_t>(out) % kVector) % kVector);
+  std::memcpy(out, in, i);
+  for (; i + kVector <= bytes; i += kVector) hn::Stream(hn::LoadU(d, in + i), d, out + i);
+  std::memcpy(out + i, in + i, bytes - i);
+}
+
 template <class T>
 void nearest(const ResizeCall& call, unsigned char* memory, const Image<const T>* from, const Image<T>* to,
              int images) {
   constexpr int kBytes = sizeof(T);
   Scratch scratch = {memory};
   const Windows windows = windowsFor<T, 1>(call, scratch, {kBytes, {0, 1, 2, 3}, 0, kBytes});
+  const std::ptrdiff_t rowBytes = call.samples() * kBytes;
+  const bool streams = rowBytes * call.height >= kStreamBytes && !call.keepsAlpha;
+  T* line = scratch.take<T>(call.samples());
   for (int p = 0; p < images; ++p) {
     for (int y = 0; y < call.height; ++y) {
-      if (y > 0 && call.rows[y] == call.rows[y - 1] && !call.keepsAlpha) {
-        std::memcpy(to[p].row(y), to[p].row(y - 1), static_cast<std::size_t>(call.samples()) * sizeof(T));
+      const bool again = y > 0 && call.rows[y] == call.rows[y - 1] && !call.keepsAlpha;
+      const T* row = from[p].row(call.rows[y]);
+      if (streams) {
+        if (!again) nearestRow(call, windows, row, line);
+        streamRow(line, to[p].row(y), call.samples());
+      } else if (again) {
+        std::memcpy(to[p].row(y), to[p].row(y - 1), static_cast<std::size_t>(rowBytes));
       } else {
-        nearestRow(call, windows, from[p].row(call.rows[y]), to[p].row(y));
+        nearestRow(call, windows, row, to[p].row(y));
       }
     }
   }
+  if (streams) hwy::FlushStream();
 }
 
 // ----------------------------------------------------------------------------------------- Linear, of
@@ -229,15 +262,13 @@ struct LinearTables {
     const int second = call.channels * kBytes;
     const auto high = [](int from) { return kBytes == 2 ? from + 1 : kNothing; };
     windows = windowsFor<T, 2>(call, scratch, {4, {0, high(0), second, high(second)}, 0, second + kBytes});
-    const std::ptrdiff_t samples = call.samples(), outputs = wholeGroups(samples);
-    int16_t* pairs = scratch.take<int16_t>(2 * outputs);
-    for (std::ptrdiff_t s = 0; s < outputs; ++s) {
+    int16_t* pairs = scratch.take<int16_t>(2 * wholeGroups(call.samples()));
+    forWeights(call, [&](std::ptrdiff_t s, float weight) {
       const std::ptrdiff_t unit = s / kPerUnit;
       int16_t* pair = pairs + 2 * ((unit % 2 * windows.each + unit / 2) * kPerUnit + s % kPerUnit);
-      const int weight = s < samples ? static_cast<int>(call.xWeights[s / call.channels]) : 0;
-      pair[0] = static_cast<int16_t>(kOne - weight);
+      pair[0] = static_cast<int16_t>(kOne - static_cast<int>(weight));
       pair[1] = static_cast<int16_t>(weight);
-    }
+    });
     weights = pairs;
   }
 
@@ -489,10 +520,8 @@ struct LinearNumbers {
   const double* weights;
 
   LinearNumbers(const ResizeCall& c, Scratch& scratch) : call(c), taps(c, scratch, 0, 2) {
-    const std::ptrdiff_t samples = call.samples(), outputs = wholeGroups(samples);
-    double* all = scratch.take<double>(outputs);
-    for (std::ptrdiff_t s = 0; s < outputs; ++s)
-      all[s] = s < samples ? double{call.xWeights[s / call.channels]} : 0;
+    double* all = scratch.take<double>(wholeGroups(call.samples()));
+    forWeights(call, [&](std::ptrdiff_t s, float weight) { all[s] = weight; });
     weights = all;
   }
 
@@ -571,15 +600,15 @@ struct CubicTables {
   const double *first, *second, *third;
 
   CubicTables(const ResizeCall& c, Scratch& scratch) : call(c), taps(c, scratch, -c.channels, 4) {
-    const std::ptrdiff_t samples = call.samples(), outputs = wholeGroups(samples);
-    double *a = scratch.take<double>(outputs), *b = scratch.take<double>(outputs),
-           *e = scratch.take<double>(outputs);
-    for (std::ptrdiff_t s = 0; s < outputs; ++s) {
-      const CubicFactors factors(s < samples ? call.xWeights[s / call.channels] : 0);
+    const std::ptrdiff_t outputs = wholeGroups(call.samples());
+    double *a = scratch.take<double>(outputs), *b = scratch.take<double>(outputs);
+    double* e = scratch.take<double>(outputs);
+    forWeights(call, [&](std::ptrdiff_t s, float weight) {
+      const CubicFactors factors(weight);
       a[s] = factors.first;
       b[s] = factors.second;
       e[s] = factors.third;
-    }
+    });
     first = a;
     second = b;
     third = e;
@@ -678,7 +707,7 @@ HWY_EXPORT(resizeTableOfTarget);
 
 const ResizeTable& resizeTable() { return *HWY_DYNAMIC_DISPATCH(resizeTableOfTarget)(); }
 
-// For each sample: windows of up to 4 bytes with their places, weights or factors, and two or four rows.
+// For each sample: windows of up to 4 bytes with their places, weights or factors, and one, two or four rows.
 std::ptrdiff_t resizeScratchBytes(std::ptrdiff_t samples, int interpolation) {
   const std::ptrdiff_t each = interpolation == zopInterNearest  ? 6
                               : interpolation == zopInterLinear ? 32

@@ -41,10 +41,11 @@ struct Windows {
   std::ptrdiff_t each;           // units a way
 };
 
-// `offsetOf(s)` is the byte of the row where sample s stands. `outputs` is a whole number of units.
-template <int kWays, class OffsetOf>
+// `nextOffset()` is the byte of the row where the next sample stands, the first one at first. `outputs` is a
+// whole number of units.
+template <int kWays, class NextOffset>
 Windows windowsOf(Scratch& scratch, const Lane& lane, std::ptrdiff_t samples, std::ptrdiff_t outputs,
-                  std::ptrdiff_t rowBegin, std::ptrdiff_t rowEnd, const OffsetOf& offsetOf) {
+                  std::ptrdiff_t rowBegin, std::ptrdiff_t rowEnd, NextOffset nextOffset) {
   const std::ptrdiff_t perUnit = kWindowBytes / lane.bytes, units = outputs / perUnit, each = units / kWays;
   int* at = scratch.take<int>(units);
   unsigned char* shuffle = scratch.take<unsigned char>(units * kWindowBytes);
@@ -59,7 +60,7 @@ Windows windowsOf(Scratch& scratch, const Lane& lane, std::ptrdiff_t samples, st
     if (begin < end) {
       std::ptrdiff_t offsets[kWindowBytes], low = PTRDIFF_MAX, high = PTRDIFF_MIN;
       for (std::ptrdiff_t s = begin; s < end; ++s) {
-        const std::ptrdiff_t offset = offsetOf(s) + lane.first;
+        const std::ptrdiff_t offset = nextOffset() + lane.first;
         offsets[s - begin] = offset;
         low = std::min(low, offset);
         high = std::max(high, offset);
