@@ -155,19 +155,21 @@ double Frame::secondsOfTraversal(int times) const {
   return best;
 }
 
+void addAt(const std::vector<ZopImageSize>& sizes, const std::string& name,
+           std::vector<PixelBytes> sourcePixelBytes, std::vector<PixelBytes> destinationPixelBytes, Call call,
+           int border, int halo, double scale) {
+  const Contents contents = name.find("_32f") != std::string::npos ? Contents::Numbers : Contents::Noise;
+  auto* row = benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
+    runRow(state, contents, sourcePixelBytes, destinationPixelBytes, call, border, halo, scale);
+  });
+  for (const ZopImageSize size : sizes) row->Args({size.width, size.height});
+  row->UseManualTime()->Iterations(40);
+}
+
 void add(const std::string& name, std::vector<PixelBytes> sourcePixelBytes,
          std::vector<PixelBytes> destinationPixelBytes, Call call, int border, int halo, double scale) {
-  const Contents contents = name.find("_32f") != std::string::npos ? Contents::Numbers : Contents::Noise;
-  benchmark::RegisterBenchmark(name.c_str(),
-                               [=](benchmark::State& state) {
-                                 runRow(state, contents, sourcePixelBytes, destinationPixelBytes, call,
-                                        border, halo, scale);
-                               })
-      ->Args({64, 64})
-      ->Args({640, 480})
-      ->Args({3840, 2160})
-      ->UseManualTime()
-      ->Iterations(40);
+  addAt({{64, 64}, {640, 480}, {3840, 2160}}, name, std::move(sourcePixelBytes),
+        std::move(destinationPixelBytes), std::move(call), border, halo, scale);
 }
 
 }  // namespace bench

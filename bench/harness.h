@@ -72,5 +72,9 @@ using Call = std::function<void(const Frame& frame)>;
 void add(const std::string& name, std::vector<PixelBytes> sourcePixelBytes,
          std::vector<PixelBytes> destinationPixelBytes, Call call, int border = 0, int halo = 0,
          double scale = 1);
+// The same at sizes of the row's own.
+void addAt(const std::vector<ZopImageSize>& sizes, const std::string& name,
+           std::vector<PixelBytes> sourcePixelBytes, std::vector<PixelBytes> destinationPixelBytes, Call call,
+           int border = 0, int halo = 0, double scale = 1);
 
 }  // namespace bench

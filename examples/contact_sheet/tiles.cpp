@@ -387,6 +387,36 @@ Image enlargedByRepeating(const Image& picture) {
   return enlargedTwoWays(picture, 6, zopInterNearest, zopInterLinear);
 }
 
+// How strong each frequency is, in the order in which a transform of real samples stores them: real parts and
+// imaginary ones in turn. Low frequencies are on the left, above and below.
+Image packedSpectrum(const Image& picture) {
+  constexpr int kOrder = 8, kSide = 1 << kOrder, kStep = kSide * static_cast<int>(sizeof(Zop32f));
+  const auto [width, height] = picture.size;
+  const Image luma = newGrayImage(picture.size), square = newGrayImage({kSide, kSide});
+  check(zopiRGBToGray_8u_C3C1R(picture.data(), picture.step, luma.data(), luma.step, luma.size));
+  check(zopiResize_8u_C1R(luma.data(), luma.size, luma.step, {0, 0, width, height}, square.data(),
+                          square.step, square.size, double{kSide} / width, double{kSide} / height,
+                          zopInterLinear));
+  std::vector<Zop32f> spectrum(kSide * kSide);
+  Zop32f* const at = spectrum.data();
+  ZopFFTSpec_R_32f* context = nullptr;
+  check(zopiFFTInitAlloc_R_32f(&context, kOrder, kOrder, ZOP_FFT_DIV_FWD_BY_N, 0));
+  check(zopiConvert_8u32f_C1R(square.data(), square.step, at, kStep, square.size));
+  check(zopiFFTFwd_RToPack_32f_C1R(at, kStep, at, kStep, context, nullptr));
+  check(zopiFFTFree_R_32f(context));
+  check(zopiAbs_32f_C1IR(at, kStep, square.size));
+  check(zopiAddC_32f_C1IR(0.002f, at, kStep, square.size));
+  check(zopiLn_32f_C1IR(at, kStep, square.size));
+  check(zopiScale_32f8u_C1R(at, kStep, square.data(), square.step, square.size, -6, 2));
+  check(zopiResize_8u_C1R(square.data(), square.size, square.step, {0, 0, kSide, kSide}, luma.data(),
+                          luma.step, luma.size, double{width} / kSide, double{height} / kSide,
+                          zopInterNearest));
+  Image tile = newColourImage(picture.size);
+  for (int c = 0; c < 3; ++c)
+    check(zopiCopy_8u_C1C3R(luma.data(), luma.step, tile.data() + c, tile.step, tile.size));
+  return tile;
+}
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -426,6 +456,7 @@ constexpr Tile kTiles[] = {
     {"A thumbnail of means", "zopiResize_8u_C3R, 0.4", withThumbnail},
     {"Linear and cubic", "zopiResizeCenter_8u_C3R, 1.5", enlargedSmoothly},
     {"Nearest and linear", "zopiResizeCenter_8u_C3R, 6", enlargedByRepeating},
+    {"Frequencies, packed", "zopiFFTFwd_RToPack_32f_C1R, zopiLn_32f_C1IR", packedSpectrum},
 };
 
 }  // namespace

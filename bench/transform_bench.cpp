@@ -1,0 +1,41 @@
+// Transforms.
+#include <string>
+
+#include "harness.h"
+
+namespace {
+
+using bench::Frame;
+
+// Contexts live as long as the program.
+template <class Spec>
+Spec* newContext(ZopStatus (*init)(Spec**, int, int, int, unsigned), int order) {
+  Spec* spec = nullptr;
+  init(&spec, order, order, ZOP_FFT_DIV_INV_BY_N, 0);
+  return spec;
+}
+
+template <class T, class Spec>
+void addFourier(const std::string& name, int channels, int order,
+                ZopStatus (*init)(Spec**, int, int, int, unsigned),
+                ZopStatus (*function)(const T*, int, T*, int, const Spec*, Zop8u*)) {
+  const int side = 1 << order, pixelBytes = channels * static_cast<int>(sizeof(T));
+  bench::addAt({{side, side}}, name, {pixelBytes}, {pixelBytes}, [=](const Frame& f) {
+    static Spec* const spec[] = {newContext(init, 6), newContext(init, 8), newContext(init, 9),
+                                 newContext(init, 10)};
+    function(f.source<T>(0), f.sourceStep(0), f.destination<T>(), f.destinationStep(),
+             spec[order == 6 ? 0 : order - 7], nullptr);
+  });
+}
+
+const bool registered = [] {
+  for (const int order : {6, 8, 9, 10}) {
+    addFourier("zopiFFTFwd_RToPack_32f_C1R", 1, order, zopiFFTInitAlloc_R_32f, zopiFFTFwd_RToPack_32f_C1R);
+    addFourier("zopiFFTInv_PackToR_32f_C1R", 1, order, zopiFFTInitAlloc_R_32f, zopiFFTInv_PackToR_32f_C1R);
+    addFourier("zopiFFTFwd_CToC_32fc_C1R", 1, order, zopiFFTInitAlloc_C_32fc, zopiFFTFwd_CToC_32fc_C1R);
+  }
+  addFourier("zopiFFTFwd_RToPack_32f_C3R", 3, 9, zopiFFTInitAlloc_R_32f, zopiFFTFwd_RToPack_32f_C3R);
+  return true;
+}();
+
+}  // namespace
