@@ -356,6 +356,23 @@ Image averagedBy5x5(const Image& picture) {
   return filtered(picture, zopiFilterBox_8u_C3R, ZopImageSize{5, 5}, ZopImagePoint{2, 2});
 }
 
+// An opening by a disc of 5x5: light details that are smaller than it disappear.
+Image opened(const Image& picture) {
+  const Zop8u disc[25] = {0, 1, 1, 1, 0, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 1, 1, 1, 0};
+  const Zop8u* const mask = disc;
+  const ZopImageSize size = {5, 5};
+  const ZopImagePoint middle = {2, 2};
+  return filtered(filtered(picture, zopiErode_8u_C3R, mask, size, middle), zopiDilate_8u_C3R, mask, size,
+                  middle);
+}
+
+// Lit from the upper left: a pixel, and what it is brighter than its lower right neighbours.
+Image embossed(const Image& picture) {
+  const Zop32s kernel[9] = {-2, -1, 0, -1, 1, 1, 0, 1, 2};
+  const Zop32s* const weights = kernel;
+  return filtered(picture, zopiFilter_8u_C3R, weights, ZopImageSize{3, 3}, ZopImagePoint{1, 1}, 1);
+}
+
 // The picture at 0.4 of its size in the middle of itself.
 Image withThumbnail(const Image& picture) {
   Image tile = copyOf(picture);
@@ -453,6 +470,8 @@ constexpr Tile kTiles[] = {
     {"Sharpened", "zopiFilterSharpen_8u_C3R", sharpened},
     {"Details", "zopiFilterLaplace_8u_C3R, 5x5", details},
     {"Edges", "zopiFilterSobelHoriz_8u_C3R, _SobelVert_8u_C3R", edges},
+    {"Opened by a disc", "zopiErode_8u_C3R, zopiDilate_8u_C3R", opened},
+    {"Embossed", "zopiFilter_8u_C3R", embossed},
     {"A thumbnail of means", "zopiResize_8u_C3R, 0.4", withThumbnail},
     {"Linear and cubic", "zopiResizeCenter_8u_C3R, 1.5", enlargedSmoothly},
     {"Nearest and linear", "zopiResizeCenter_8u_C3R, 6", enlargedByRepeating},
