@@ -366,7 +366,7 @@ Image opened(const Image& picture) {
                   middle);
 }
 
-// Lit from the upper left: a pixel, and what it is brighter than its lower right neighbours.
+// A pixel, and by how much those above and left of it are brighter than those below and right.
 Image embossed(const Image& picture) {
   const Zop32s kernel[9] = {-2, -1, 0, -1, 1, 1, 0, 1, 2};
   const Zop32s* const weights = kernel;
