@@ -219,7 +219,7 @@ struct Of5x5 {
   static constexpr std::ptrdiff_t N = kLanes<D>;
   static constexpr int kRadius = 2;
   // Every block of rows starts with five rows, of which the windows of the block above had four.
-  static constexpr int kBlock = 16;
+  static constexpr int kBlock = 32;
 
   using Row = std::array<V, 5>;
   using Pair = std::array<V, 10>;
