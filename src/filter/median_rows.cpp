@@ -96,34 +96,48 @@ template <std::size_t kFirst, class V, std::size_t n, std::size_t... I>
 HWY_INLINE auto everySecond(const std::array<V, n>& a, Indices<I...>) {
   return std::array<V, sizeof...(I)>{a[kFirst + 2 * I]...};
 }
-// Sample k of the result.
-template <std::size_t k, class V, std::size_t kEven, std::size_t kOdd>
+// Sample k of the result, of which those from kFirst up to kEnd are needed. Where both of two samples are,
+// they are the lower and the upper, else a minimum or a maximum.
+template <std::size_t k, std::size_t kFirst, std::size_t kEnd, class V, std::size_t kEven, std::size_t kOdd>
 HWY_INLINE V mergedAt(const std::array<V, kEven>& even, const std::array<V, kOdd>& odd) {
-  constexpr std::size_t j = (k - 1) / 2;
-  if constexpr (k == 0)
+  constexpr std::size_t j = (k - 1) / 2, kOther = k % 2 == 1 ? k + 1 : k - 1;
+  constexpr bool kBoth = kOther >= kFirst && kOther < kEnd;
+  if constexpr (k == 0 || k < kFirst || k >= kEnd)
     return even[0];
   else if constexpr (j >= kOdd)
     return even[j + 1];
   else if constexpr (j + 1 >= kEven)
     return odd[j];
+  else if constexpr (k % 2 == 1)
+    return kBoth ? lower(odd[j], even[j + 1]) : hn::Min(odd[j], even[j + 1]);
   else
-    return k % 2 == 1 ? lower(odd[j], even[j + 1]) : upper(odd[j], even[j + 1]);
+    return kBoth ? upper(odd[j], even[j + 1]) : hn::Max(odd[j], even[j + 1]);
 }
-template <class V, std::size_t kEven, std::size_t kOdd, std::size_t... K>
+template <std::size_t kFirst, std::size_t kEnd, class V, std::size_t kEven, std::size_t kOdd,
+          std::size_t... K>
 HWY_INLINE std::array<V, sizeof...(K)> joined(const std::array<V, kEven>& even,
                                               const std::array<V, kOdd>& odd, Indices<K...>) {
-  return {mergedAt<K>(even, odd)...};
+  return {mergedAt<K, kFirst, kEnd>(even, odd)...};
 }
-template <class V, std::size_t n>
+// What is not needed of the result has any value.
+template <std::size_t kFirst, std::size_t kEnd, class V, std::size_t n>
 HWY_INLINE std::array<V, 2 * n> merged(const std::array<V, n>& a, const std::array<V, n>& b) {
   if constexpr (n == 1) {
-    return {lower(a[0], b[0]), upper(a[0], b[0])};
+    if constexpr (kEnd - kFirst == 2)
+      return {lower(a[0], b[0]), upper(a[0], b[0])};
+    else
+      return {hn::Min(a[0], b[0]), hn::Max(a[0], b[0])};
   } else {
-    using Even = std::make_index_sequence<(n + 1) / 2>;
-    using Odd = std::make_index_sequence<n / 2>;
-    return joined(merged(everySecond<0>(a, Even()), everySecond<0>(b, Even())),
-                  merged(everySecond<1>(a, Odd()), everySecond<1>(b, Odd())),
-                  std::make_index_sequence<2 * n>());
+    constexpr std::size_t kEven = (n + 1) / 2, kOdd = n / 2;
+    constexpr std::size_t kFrom = kFirst == 0 ? 0 : (kFirst - 1) / 2, kTo = kEnd / 2;
+    using Even = std::make_index_sequence<kEven>;
+    using Odd = std::make_index_sequence<kOdd>;
+    const auto even =
+        merged<(kFirst == 0 ? 0 : HWY_MIN(kFrom + 1, 2 * kEven - 1)), HWY_MIN(kTo + 1, 2 * kEven)>(
+            everySecond<0>(a, Even()), everySecond<0>(b, Even()));
+    const auto odd = merged<HWY_MIN(kFrom, 2 * kOdd - 1), HWY_MIN(HWY_MAX(kTo, 1), 2 * kOdd)>(
+        everySecond<1>(a, Odd()), everySecond<1>(b, Odd()));
+    return joined<kFirst, kEnd>(even, odd, std::make_index_sequence<2 * n>());
   }
 }
 
@@ -148,7 +162,7 @@ struct MedianOf5 {
 struct MedianOfCross {
   template <class D, class V>
   HWY_INLINE V operator()(D, V a, V b, V c, V d, V e, V f, V g, V h, V i) const {
-    const auto eight = merged(sorted(a, b, d, e), sorted(f, g, h, i));
+    const auto eight = merged<3, 5>(sorted(a, b, d, e), sorted(f, g, h, i));
     return hn::Max(eight[3], hn::Min(eight[4], c));
   }
 };
@@ -219,7 +233,7 @@ struct Of5x5 {
   static constexpr std::ptrdiff_t N = kLanes<D>;
   static constexpr int kRadius = 2;
   // Every block of rows starts with five rows, of which the windows of the block above had four.
-  static constexpr int kBlock = 32;
+  static constexpr int kBlock = 16;
 
   using Row = std::array<V, 5>;
   using Pair = std::array<V, 10>;
@@ -247,11 +261,11 @@ struct Of5x5 {
     return sorted(taps.at(-2), taps.at(-1), taps.at(0), taps.at(1), taps.at(2));
   }
   static HWY_INLINE void keepPair(const Row& first, const Row& second, Kept& to) {
-    keep(merged(first, second), to.pair, Ten());
+    keep(merged<0, 10>(first, second), to.pair, Ten());
     keep(second, to.second, Five());
   }
   static HWY_INLINE Middle middleOf(const Kept& a, const Kept& b) {
-    return part<7>(merged(kept(a.pair, Ten()), kept(b.pair, Ten())), std::make_index_sequence<6>());
+    return part<7>(merged<7, 13>(kept(a.pair, Ten()), kept(b.pair, Ten())), std::make_index_sequence<6>());
   }
   // However many of the eleven lowest but five come from one side, the largest of them is no less.
   static HWY_INLINE V median(const Middle& m, const Row& r) {

@@ -113,8 +113,8 @@ struct ColumnWriter {
 
 // A filter that goes down the image, a vector's width and a block of rows at a time. Column has
 //   kRadius
-//   kBlock                                  rows of a block
-//   (src, out, rows, distance, writer)      goes down the column of vectors at `src` and `out`
+//   kBlock                                  rows of a block, where the image is too large for the innermost
+//   cache (src, out, rows, distance, writer)      goes down the column of vectors at `src` and `out`
 template <class Column, bool kKeeps, class S, class T>
 void inColumns(Image<const S> src, Image<T> dst, Extent e, int distance) {
   const Tag<T> d;
@@ -145,8 +145,10 @@ void inColumns(Image<const S> src, Image<T> dst, Extent e, int distance) {
   constexpr int kGroup = kKeeps ? AC4::channels : 1;
   const std::ptrdiff_t head = n >= 4 * N ? toAlignment<kGroup>(d, dst.at) : 0;
   const bool stream = e.stream && dst.step % static_cast<std::ptrdiff_t>(N * sizeof(T)) == 0;
-  for (int top = 0; top < e.rows; top += kBlock) {
-    const int rows = HWY_MIN(kBlock, e.rows - top);
+  constexpr std::ptrdiff_t kCache = 24 << 10;
+  const int block = n * e.rows * static_cast<std::ptrdiff_t>(sizeof(S)) <= kCache ? e.rows : kBlock;
+  for (int top = 0; top < e.rows; top += block) {
+    const int rows = HWY_MIN(block, e.rows - top);
     for (std::ptrdiff_t x = 0, next = head > 0 ? head : N;; x = HWY_MIN(next, n - N), next += N) {
       writer.stream = stream && isAligned(d, dst.at + x);
       column(Image<const S>{src.row(top) + x, src.step}, Image<T>{dst.row(top) + x, dst.step}, rows, distance,
