@@ -61,8 +61,7 @@ const bool registered = [] {
     addSquare("zopiFilterMedian_8u_C1R", 1, zopiFilterMedian_8u_C1R, mask);
   for (const int mask : {3, 5}) addSquare("zopiFilterMedian_8u_C3R", 3, zopiFilterMedian_8u_C3R, mask);
   addSquare("zopiFilterMedian_8u_AC4R", 4, zopiFilterMedian_8u_AC4R, 3);
-  for (const int mask : {3, 5, 7})
-    addSquare("zopiFilterMedian_16s_C1R", 1, zopiFilterMedian_16s_C1R, mask);
+  for (const int mask : {3, 5, 7}) addSquare("zopiFilterMedian_16s_C1R", 1, zopiFilterMedian_16s_C1R, mask);
   addFilter("zopiFilterMedianHoriz_8u_C1R/51", 1, 2, zopiFilterMedianHoriz_8u_C1R, 51);
   addFilter("zopiFilterMedianVert_8u_C1R/15", 1, 2, zopiFilterMedianVert_8u_C1R, 15);
   addFilter("zopiFilterMedianCross_8u_C1R/55", 1, 2, zopiFilterMedianCross_8u_C1R, 55);
