@@ -1,6 +1,7 @@
 #include "tiles.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -356,6 +357,26 @@ Image averagedBy5x5(const Image& picture) {
   return filtered(picture, zopiFilterBox_8u_C3R, ZopImageSize{5, 5}, ZopImagePoint{2, 2});
 }
 
+// The picture with every eighth sample or so at one end of its range.
+Image salted(const Image& picture) {
+  Image tile = copyOf(picture);
+  std::uint32_t random = 1;
+  for (int y = 0; y < tile.size.height; ++y) {
+    for (int i = 0; i < 3 * tile.size.width; ++i) {
+      random = random * 1664525 + 1013904223;
+      if (random >> 29 == 0) tile.row(y)[i] = (random & 0x10000000) == 0 ? 0 : 255;
+    }
+  }
+  return tile;
+}
+Image cleaned(const Image& picture) {
+  return filtered(salted(picture), zopiFilterMedian_8u_C3R, ZopImageSize{3, 3}, ZopImagePoint{1, 1});
+}
+
+Image brightest(const Image& picture) {
+  return filtered(picture, zopiFilterMax_8u_C3R, ZopImageSize{5, 5}, ZopImagePoint{2, 2});
+}
+
 // An opening by a disc of 5x5: light details that are smaller than it disappear.
 Image opened(const Image& picture) {
   const Zop8u disc[25] = {0, 1, 1, 1, 0, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 1, 1, 1, 0};
@@ -470,6 +491,9 @@ constexpr Tile kTiles[] = {
     {"Sharpened", "zopiFilterSharpen_8u_C3R", sharpened},
     {"Details", "zopiFilterLaplace_8u_C3R, 5x5", details},
     {"Edges", "zopiFilterSobelHoriz_8u_C3R, _SobelVert_8u_C3R", edges},
+    {"Salt and pepper", "zopiCopy_8u_C3R", salted},
+    {"Medians of 3x3 of that", "zopiFilterMedian_8u_C3R", cleaned},
+    {"The brightest of 5x5", "zopiFilterMax_8u_C3R", brightest},
     {"Opened by a disc", "zopiErode_8u_C3R, zopiDilate_8u_C3R", opened},
     {"Embossed", "zopiFilter_8u_C3R", embossed},
     {"A thumbnail of means", "zopiResize_8u_C3R, 0.4", withThumbnail},

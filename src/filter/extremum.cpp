@@ -26,8 +26,10 @@ ZopStatus extremum(Extremum extremum, Image<const T> src, Image<T> dst, ZopImage
   const ExtremumTable& table = extremumTable();
   const ExtremumRows<T>& rows = (extremum == kFilterMin ? table.minimum : table.maximum).template of<T>();
   const Image<const T> window = windowOf<Layout>(src, anchor);
-  if (mask.width == 3 && mask.height == 3) {
-    mapStencil<Layout>(rows.of3x3, Image<const T>{window.row(1) + Layout::channels, window.step}, dst, size);
+  if (mask.width == mask.height && mask.width % 2 == 1 && mask.width <= 7) {
+    const int radius = mask.width / 2;
+    const Image<const T> middle = {window.row(radius) + radius * Layout::channels, window.step};
+    mapStencil<Layout>(rows.squares[radius - 1], middle, dst, size);
     return zopStatusOk;
   }
   const WindowShape shape = windowShape<Layout>(size, mask);

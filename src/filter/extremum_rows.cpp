@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "core/row_shapes-inl.h"
 #include "filter/stencil-inl.h"
@@ -34,16 +35,53 @@ struct Maximum {
   }
 };
 
-template <class Op, class T>
-struct Of3x3 {
-  static constexpr int kRadius = 1;
-  using Row = std::array<hn::Vec<Tag<T>>, 1>;
+template <class Op, class V>
+HWY_INLINE V extremumOf(V v) {
+  return v;
+}
+template <class Op, class V, class... More>
+HWY_INLINE V extremumOf(V a, V b, More... more) {
+  return extremumOf<Op>(Op::of(a, b), more...);
+}
 
-  HWY_INLINE Row across(const Taps<Tag<T>>& taps) const {
-    return {Op::of(Op::of(taps.at(-1), taps.at(0)), taps.at(1))};
+// Squares around each sample, two rows of them at a time: two windows, one row apart, share all rows but one.
+template <class Op, class T, int kSize>
+struct Square {
+  static constexpr int kRadius = kSize / 2, kBlock = kStencilBlock;
+  using D = Tag<T>;
+  using V = hn::Vec<D>;
+
+  HWY_INLINE Square() {}
+
+  template <int... I>
+  static HWY_INLINE V across(const Taps<D>& taps, std::integer_sequence<int, I...>) {
+    return extremumOf<Op>(taps.at(I - kRadius)...);
   }
-  HWY_INLINE auto down(const std::array<Row, 3>& rows) const {
-    return Op::of(Op::of(rows[0][0], rows[1][0]), rows[2][0]);
+  template <std::size_t... I>
+  static HWY_INLINE V down(const std::array<std::array<V, 1>, kSize - 1>& rows, std::index_sequence<I...>) {
+    return extremumOf<Op>(rows[I][0]...);
+  }
+
+  template <class Writer>
+  HWY_INLINE void operator()(Image<const T> src, Image<T> out, int rows, int distance,
+                             const Writer& write) const {
+    const auto row = [&](int y) HWY_ATTR {
+      return across(Taps<D>{src.row(y), distance}, std::make_integer_sequence<int, kSize>());
+    };
+    V above = row(-kRadius);
+    Window<std::array<V, 1>, kSize - 1> shared;
+    for (int y = 1 - kRadius; y <= kRadius; ++y) shared.push({row(y)});
+    for (int y = 0;; y += 2) {
+      const V extremum = down(shared.rows, std::make_index_sequence<kSize - 1>());
+      write(Op::of(above, extremum), out.row(y));
+      if (y + 1 == rows) break;
+      const V below = row(y + 1 + kRadius);
+      write(Op::of(extremum, below), out.row(y + 1));
+      if (y + 2 == rows) break;
+      above = shared.rows[1][0];
+      shared.push({below});
+      shared.push({row(y + 2 + kRadius)});
+    }
   }
 };
 
@@ -151,9 +189,13 @@ struct Rectangle {
   }
 };
 
+template <class Op, class T, int kSize>
+constexpr StencilRows<T, T> squareOf() {
+  return {inColumns<Square<Op, T, kSize>, false, T, T>, inColumns<Square<Op, T, kSize>, true, T, T>};
+}
 template <class Op, class T>
 inline constexpr ExtremumRows<T> kRows = {
-    {acrossThenDown<Of3x3<Op, T>, false, T, T>, acrossThenDown<Of3x3<Op, T>, true, T, T>},
+    {squareOf<Op, T, 3>(), squareOf<Op, T, 5>(), squareOf<Op, T, 7>()},
     Rectangle<Op, T>::scratchBytes,
     Rectangle<Op, T>::band,
 };

@@ -11,8 +11,8 @@ namespace zopi {
 
 template <class T>
 struct ExtremumRows {
-  // Over 3x3, around each sample. Needs no scratch.
-  StencilRows<T, T> of3x3;
+  // Over 3x3, 5x5 and 7x7, around each sample. They need no scratch.
+  StencilRows<T, T> squares[3];
 
   // Over any rectangle: `window` is the upper left sample of the first window. The scratch for so many rows
   // has no alignment.

@@ -28,7 +28,7 @@ struct InLanes {
   static constexpr T kLowest = std::is_signed_v<T> ? -32768 : 0;
 
   // Time grows with the area: up to so many cells there is no faster way. Counts fit the lanes.
-  static constexpr std::ptrdiff_t kMostCells = sizeof(T) == 1 ? HWY_MIN(255, 4 * kLanes<D>) : 6 * kLanes<D>;
+  static constexpr std::ptrdiff_t kMostCells = sizeof(T) == 1 ? HWY_MIN(128, 4 * kLanes<D>) : 6 * kLanes<D>;
 
   // One more in the lanes in which v is above `below`. A mask governs an addition where it has a register of
   // its own, and is a number to subtract elsewhere.

@@ -8,7 +8,6 @@
 #include "hwy/highway.h"
 
 #include <array>
-#include <cstring>
 #include <utility>
 
 #include "core/row_shapes-inl.h"
@@ -19,12 +18,29 @@ namespace zopi {
 namespace HWY_NAMESPACE {
 namespace {
 
-// What no result needs of a network, the compiler leaves out.
+// Of two samples, the lower and the upper. What no result needs of a network, the compiler leaves out.
+//
+// Bytes of AVX-512 have one unit that compares, and two that add. What is left of a less b, held at 0, is
+// what a has above the lower one, and what the upper one has above b: it takes one comparison for both.
+template <class V>
+HWY_INLINE V lower(V a, V b) {
+  if constexpr (HWY_TARGET == HWY_AVX3 && sizeof(hn::TFromV<V>) == 1)
+    return hn::Sub(a, hn::SaturatedSub(a, b));
+  else
+    return hn::Min(a, b);
+}
+template <class V>
+HWY_INLINE V upper(V a, V b) {
+  if constexpr (HWY_TARGET == HWY_AVX3 && sizeof(hn::TFromV<V>) == 1)
+    return hn::Add(b, hn::SaturatedSub(a, b));
+  else
+    return hn::Max(a, b);
+}
 template <class V>
 HWY_INLINE void sort(V& a, V& b) {
-  const V lower = hn::Min(a, b);
-  b = hn::Max(a, b);
-  a = lower;
+  const V low = lower(a, b);
+  b = upper(a, b);
+  a = low;
 }
 
 template <class V>
@@ -61,15 +77,15 @@ HWY_INLINE std::array<V, 5> sorted(V a, V b, V c, V d, V e) {
 
 template <class V>
 HWY_INLINE V medianOf(V a, V b, V c) {
-  return hn::Max(hn::Min(a, b), hn::Min(hn::Max(a, b), c));
+  return hn::Max(lower(a, b), hn::Min(upper(a, b), c));
 }
 
 // The lower of two and the upper of two lie on either side of the median, or are it.
 template <class V>
 HWY_INLINE V medianOf(V a, V b, V c, V d, V e) {
-  const V lower = hn::Max(hn::Min(a, b), hn::Min(c, d));
-  const V upper = hn::Min(hn::Max(a, b), hn::Max(c, d));
-  return medianOf(lower, upper, e);
+  const V low = hn::Max(lower(a, b), lower(c, d));
+  const V high = hn::Min(upper(a, b), upper(c, d));
+  return medianOf(low, high, e);
 }
 
 template <std::size_t... I>
@@ -80,34 +96,48 @@ template <std::size_t kFirst, class V, std::size_t n, std::size_t... I>
 HWY_INLINE auto everySecond(const std::array<V, n>& a, Indices<I...>) {
   return std::array<V, sizeof...(I)>{a[kFirst + 2 * I]...};
 }
-// Sample k of the result.
-template <std::size_t k, class V, std::size_t kEven, std::size_t kOdd>
+// Sample k of the result, of which those from kFirst up to kEnd are needed. Where both of two samples are,
+// they are the lower and the upper, else a minimum or a maximum.
+template <std::size_t k, std::size_t kFirst, std::size_t kEnd, class V, std::size_t kEven, std::size_t kOdd>
 HWY_INLINE V mergedAt(const std::array<V, kEven>& even, const std::array<V, kOdd>& odd) {
-  constexpr std::size_t j = (k - 1) / 2;
-  if constexpr (k == 0)
+  constexpr std::size_t j = (k - 1) / 2, kOther = k % 2 == 1 ? k + 1 : k - 1;
+  constexpr bool kBoth = kOther >= kFirst && kOther < kEnd;
+  if constexpr (k == 0 || k < kFirst || k >= kEnd)
     return even[0];
   else if constexpr (j >= kOdd)
     return even[j + 1];
   else if constexpr (j + 1 >= kEven)
     return odd[j];
+  else if constexpr (k % 2 == 1)
+    return kBoth ? lower(odd[j], even[j + 1]) : hn::Min(odd[j], even[j + 1]);
   else
-    return k % 2 == 1 ? hn::Min(odd[j], even[j + 1]) : hn::Max(odd[j], even[j + 1]);
+    return kBoth ? upper(odd[j], even[j + 1]) : hn::Max(odd[j], even[j + 1]);
 }
-template <class V, std::size_t kEven, std::size_t kOdd, std::size_t... K>
+template <std::size_t kFirst, std::size_t kEnd, class V, std::size_t kEven, std::size_t kOdd,
+          std::size_t... K>
 HWY_INLINE std::array<V, sizeof...(K)> joined(const std::array<V, kEven>& even,
                                               const std::array<V, kOdd>& odd, Indices<K...>) {
-  return {mergedAt<K>(even, odd)...};
+  return {mergedAt<K, kFirst, kEnd>(even, odd)...};
 }
-template <class V, std::size_t n>
+// What is not needed of the result has any value.
+template <std::size_t kFirst, std::size_t kEnd, class V, std::size_t n>
 HWY_INLINE std::array<V, 2 * n> merged(const std::array<V, n>& a, const std::array<V, n>& b) {
   if constexpr (n == 1) {
-    return {hn::Min(a[0], b[0]), hn::Max(a[0], b[0])};
+    if constexpr (kEnd - kFirst == 2)
+      return {lower(a[0], b[0]), upper(a[0], b[0])};
+    else
+      return {hn::Min(a[0], b[0]), hn::Max(a[0], b[0])};
   } else {
-    using Even = std::make_index_sequence<(n + 1) / 2>;
-    using Odd = std::make_index_sequence<n / 2>;
-    return joined(merged(everySecond<0>(a, Even()), everySecond<0>(b, Even())),
-                  merged(everySecond<1>(a, Odd()), everySecond<1>(b, Odd())),
-                  std::make_index_sequence<2 * n>());
+    constexpr std::size_t kEven = (n + 1) / 2, kOdd = n / 2;
+    constexpr std::size_t kFrom = kFirst == 0 ? 0 : (kFirst - 1) / 2, kTo = kEnd / 2;
+    using Even = std::make_index_sequence<kEven>;
+    using Odd = std::make_index_sequence<kOdd>;
+    const auto even =
+        merged<(kFirst == 0 ? 0 : HWY_MIN(kFrom + 1, 2 * kEven - 1)), HWY_MIN(kTo + 1, 2 * kEven)>(
+            everySecond<0>(a, Even()), everySecond<0>(b, Even()));
+    const auto odd = merged<HWY_MIN(kFrom, 2 * kOdd - 1), HWY_MIN(HWY_MAX(kTo, 1), 2 * kOdd)>(
+        everySecond<1>(a, Odd()), everySecond<1>(b, Odd()));
+    return joined<kFirst, kEnd>(even, odd, std::make_index_sequence<2 * n>());
   }
 }
 
@@ -132,7 +162,7 @@ struct MedianOf5 {
 struct MedianOfCross {
   template <class D, class V>
   HWY_INLINE V operator()(D, V a, V b, V c, V d, V e, V f, V g, V h, V i) const {
-    const auto eight = merged(sorted(a, b, d, e), sorted(f, g, h, i));
+    const auto eight = merged<3, 5>(sorted(a, b, d, e), sorted(f, g, h, i));
     return hn::Max(eight[3], hn::Min(eight[4], c));
   }
 };
@@ -155,19 +185,40 @@ void ofNeighbours(const Image<const T>* neighbours, Image<T> dst, Extent e) {
 }
 
 // The median of nine in three sorted rows is the median of the largest of the first, the median of the second
-// and the smallest of the last ones.
+// and the smallest of the last ones. Two windows, one row apart, share two rows.
 template <class T>
 struct Of3x3 {
-  static constexpr int kRadius = 1;
-  using Row = std::array<hn::Vec<Tag<T>>, 3>;
+  static constexpr int kRadius = 1, kBlock = 16;
+  using D = Tag<T>;
+  using V = hn::Vec<D>;
+  using Row = std::array<V, 3>;
 
-  HWY_INLINE Row across(const Taps<Tag<T>>& taps) const {
-    return sorted(taps.at(-1), taps.at(0), taps.at(1));
-  }
-  HWY_INLINE auto down(const std::array<Row, 3>& rows) const {
-    const auto& [a, b, c] = rows;
-    return medianOf(hn::Max(hn::Max(a[0], b[0]), c[0]), medianOf(a[1], b[1], c[1]),
-                    hn::Min(hn::Min(a[2], b[2]), c[2]));
+  HWY_INLINE Of3x3() {}
+
+  template <class Writer>
+  HWY_INLINE void operator()(Image<const T> src, Image<T> out, int rows, int distance,
+                             const Writer& write) const {
+    const auto row = [&](int y) HWY_ATTR {
+      const Taps<D> taps{src.row(y), distance};
+      return sorted(taps.at(-1), taps.at(0), taps.at(1));
+    };
+    Row above = row(-1), first = row(0), second = row(1);
+    for (int y = 0;; y += 2) {
+      const V lows = hn::Max(first[0], second[0]), highs = hn::Min(first[2], second[2]);
+      const V middle = lower(first[1], second[1]), middles = upper(first[1], second[1]);
+      const auto with = [&](const Row& third) HWY_ATTR {
+        return medianOf(hn::Max(lows, third[0]), hn::Max(middle, hn::Min(middles, third[1])),
+                        hn::Min(highs, third[2]));
+      };
+      write(with(above), out.row(y));
+      if (y + 1 == rows) break;
+      const Row below = row(y + 2);
+      write(with(below), out.row(y + 1));
+      if (y + 2 == rows) break;
+      above = second;
+      first = below;
+      second = row(y + 3);
+    }
   }
 };
 
@@ -181,6 +232,8 @@ struct Of5x5 {
   using V = hn::Vec<D>;
   static constexpr std::ptrdiff_t N = kLanes<D>;
   static constexpr int kRadius = 2;
+  // Every block of rows starts with five rows, of which the windows of the block above had four.
+  static constexpr int kBlock = 16;
 
   using Row = std::array<V, 5>;
   using Pair = std::array<V, 10>;
@@ -208,11 +261,11 @@ struct Of5x5 {
     return sorted(taps.at(-2), taps.at(-1), taps.at(0), taps.at(1), taps.at(2));
   }
   static HWY_INLINE void keepPair(const Row& first, const Row& second, Kept& to) {
-    keep(merged(first, second), to.pair, Ten());
+    keep(merged<0, 10>(first, second), to.pair, Ten());
     keep(second, to.second, Five());
   }
   static HWY_INLINE Middle middleOf(const Kept& a, const Kept& b) {
-    return part<7>(merged(kept(a.pair, Ten()), kept(b.pair, Ten())), std::make_index_sequence<6>());
+    return part<7>(merged<7, 13>(kept(a.pair, Ten()), kept(b.pair, Ten())), std::make_index_sequence<6>());
   }
   // However many of the eleven lowest but five come from one side, the largest of them is no less.
   static HWY_INLINE V median(const Middle& m, const Row& r) {
@@ -221,15 +274,12 @@ struct Of5x5 {
     return hn::Min(hn::Min(ab, cd), hn::Min(hn::Max(m[4], r[0]), m[5]));
   }
 
-  // One vector's width, down some rows.
-  template <bool kKeeps>
-  static HWY_INLINE void column(Image<const T> src, Image<T> out, int rows, std::ptrdiff_t distance,
-                                const AlphaKeeper<kKeeps, D>& keeper) {
+  HWY_INLINE Of5x5() {}
+
+  template <class Writer>
+  HWY_INLINE void operator()(Image<const T> src, Image<T> out, int rows, int distance,
+                             const Writer& write) const {
     const auto row = [&](int y) HWY_ATTR { return across(src.row(y), distance); };
-    const auto write = [&](int y, V v) HWY_ATTR {
-      T* const to = out.row(y);
-      hn::StoreU(keeper(v, to), D(), to);
-    };
     Kept memory[3];
     Kept *above = &memory[0], *upper = &memory[1], *lower = &memory[2];
     keep(row(-2), above->second, Five());
@@ -237,44 +287,16 @@ struct Of5x5 {
     keepPair(row(1), row(2), *lower);
     for (int y = 0;; y += 2) {
       const Middle middle = middleOf(*upper, *lower);
-      write(y, median(middle, kept(above->second, Five())));
+      write(median(middle, kept(above->second, Five())), out.row(y));
       if (y + 1 == rows) break;
       const Row below = row(y + 3);
-      write(y + 1, median(middle, below));
+      write(median(middle, below), out.row(y + 1));
       if (y + 2 == rows) break;
       keepPair(below, row(y + 4), *above);
       Kept* const next = above;
       above = upper;
       upper = lower;
       lower = next;
-    }
-  }
-
-  // Every block of rows starts with five rows, of which the windows of the block above had four.
-  static constexpr int kBlock = 16;
-
-  template <bool kKeeps>
-  static void image(Image<const T> src, Image<T> dst, Extent e, int distance) {
-    const AlphaKeeper<kKeeps, D> keeper;
-    const std::ptrdiff_t n = e.length, side = kRadius * std::ptrdiff_t{distance};
-    constexpr std::ptrdiff_t kSide = kRadius * AC4::channels;
-    for (int top = 0; top < e.rows; top += kBlock) {
-      const int rows = HWY_MIN(kBlock, e.rows - top);
-      if (HWY_LIKELY(n >= N)) {
-        for (std::ptrdiff_t next = 0; next < n; next += N) {
-          const std::ptrdiff_t x = HWY_MIN(next, n - N);
-          column<kKeeps>({src.row(top) + x, src.step}, {dst.row(top) + x, dst.step}, rows, distance, keeper);
-        }
-      } else {
-        // Too narrow for a vector: in blocks that are wide enough.
-        T in[kBlock + 2 * kRadius][N + 2 * kSide] = {};
-        T out[kBlock][N] = {};
-        for (int j = 0; j < rows + 2 * kRadius; ++j)
-          std::memcpy(in[j], src.row(top + j - kRadius) - side, (n + 2 * side) * sizeof(T));
-        for (int j = 0; j < rows; ++j) std::memcpy(out[j], dst.row(top + j), n * sizeof(T));
-        column<kKeeps>({in[kRadius] + side, sizeof in[0]}, {out[0], sizeof out[0]}, rows, distance, keeper);
-        for (int j = 0; j < rows; ++j) std::memcpy(dst.row(top + j), out[j], n * sizeof(T));
-      }
     }
   }
 };
@@ -284,8 +306,8 @@ constexpr MedianRows<T> kRows = {
     {ofNeighbours<T, MedianOf3, false, 3>, ofNeighbours<T, MedianOf3, true, 3>},
     {ofNeighbours<T, MedianOf5, false, 5>, ofNeighbours<T, MedianOf5, true, 5>},
     {ofNeighbours<T, MedianOfCross, false, 9>, ofNeighbours<T, MedianOfCross, true, 9>},
-    {acrossThenDown<Of3x3<T>, false, T, T>, acrossThenDown<Of3x3<T>, true, T, T>},
-    {Of5x5<T>::template image<false>, Of5x5<T>::template image<true>},
+    {inColumns<Of3x3<T>, false, T, T>, inColumns<Of3x3<T>, true, T, T>},
+    {inColumns<Of5x5<T>, false, T, T>, inColumns<Of5x5<T>, true, T, T>},
 };
 constexpr MedianTable kTable = {{kRows<Zop8u>}, {kRows<Zop16s>}};
 

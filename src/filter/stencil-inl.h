@@ -93,65 +93,102 @@ struct Window {
 // are read again too often, more, and the innermost cache and the page table no longer hold them.
 inline constexpr int kStencilBlock = 8;
 
+// Stores results: into the caches or past them, and with the alpha that was there where it is kept.
+template <bool kKeeps, class T>
+struct ColumnWriter {
+  AlphaKeeper<kKeeps, Tag<T>> keep;
+  bool stream = false;
+
+  HWY_INLINE ColumnWriter() {}
+  HWY_INLINE void operator()(hn::Vec<Tag<T>> v, T* out) const {
+    const Tag<T> d;
+    v = keep(v, out);
+    if (HWY_UNLIKELY(stream)) {
+      store<true>(d, v, out);
+    } else {
+      store<false>(d, v, out);
+    }
+  }
+};
+
+// A filter that goes down the image, a vector's width and a block of rows at a time. Column has
+//   kRadius
+//   kBlock                                  rows of a block, where the image is too large for the innermost
+//   cache (src, out, rows, distance, writer)      goes down the column of vectors at `src` and `out`
+template <class Column, bool kKeeps, class S, class T>
+void inColumns(Image<const S> src, Image<T> dst, Extent e, int distance) {
+  const Tag<T> d;
+  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
+  constexpr int r = Column::kRadius, kBlock = Column::kBlock;
+  const std::ptrdiff_t n = e.length;
+
+  // What is narrower than a vector is copied into blocks that are wide enough.
+  if (HWY_UNLIKELY(n < N)) {
+    constexpr std::ptrdiff_t kSide = r * AC4::channels, kRows = kBlock + 2 * r;
+    S in[kRows][N + 2 * kSide] = {};
+    T out[kBlock][N] = {};
+    const std::ptrdiff_t side = r * distance;
+    for (int y = 0; y < e.rows; y += kBlock) {
+      const int rows = HWY_MIN(kBlock, e.rows - y);
+      for (int j = 0; j < rows + 2 * r; ++j)
+        std::memcpy(in[j], src.row(y + j - r) - side, static_cast<std::size_t>(n + 2 * side) * sizeof(S));
+      for (int j = 0; j < rows; ++j) std::memcpy(out[j], dst.row(y + j), n * sizeof(T));
+      inColumns<Column, kKeeps, S, T>({in[r] + side, sizeof in[0]}, {out[0], sizeof out[0]}, {N, rows},
+                                      distance);
+      for (int j = 0; j < rows; ++j) std::memcpy(dst.row(y + j), out[j], n * sizeof(T));
+    }
+    return;
+  }
+
+  const Column column;
+  ColumnWriter<kKeeps, T> writer;
+  constexpr int kGroup = kKeeps ? AC4::channels : 1;
+  const std::ptrdiff_t head = n >= 4 * N ? toAlignment<kGroup>(d, dst.at) : 0;
+  const bool stream = e.stream && dst.step % static_cast<std::ptrdiff_t>(N * sizeof(T)) == 0;
+  constexpr std::ptrdiff_t kCache = 24 << 10;
+  const int block = n * e.rows * static_cast<std::ptrdiff_t>(sizeof(S)) <= kCache ? e.rows : kBlock;
+  for (int top = 0; top < e.rows; top += block) {
+    const int rows = HWY_MIN(block, e.rows - top);
+    for (std::ptrdiff_t x = 0, next = head > 0 ? head : N;; x = HWY_MIN(next, n - N), next += N) {
+      writer.stream = stream && isAligned(d, dst.at + x);
+      column(Image<const S>{src.row(top) + x, src.step}, Image<T>{dst.row(top) + x, dst.step}, rows, distance,
+             writer);
+      if (x == n - N) break;
+    }
+  }
+  if (stream) hwy::FlushStream();
+}
+
 // A filter that combines samples along rows first, and then rows. The rows of a window stay in registers
 // while a column of vectors is gone down. Op has
 //   kRadius
 //   Row                      what it makes of one row, an std::array of vectors
 //   across(Taps)  -> Row
 //   down(const std::array<Row, 2 * kRadius + 1>&) -> a vector of samples
+template <class Op, class S, class T>
+struct AcrossThenDown {
+  static constexpr int kRadius = Op::kRadius, kBlock = kStencilBlock;
+  Op op;
+
+  HWY_INLINE AcrossThenDown() {}
+
+  template <class Writer>
+  HWY_INLINE void operator()(Image<const S> src, Image<T> out, int rows, int distance,
+                             const Writer& write) const {
+    using Source = hn::Rebind<S, Tag<T>>;
+    Window<typename Op::Row, 2 * kRadius + 1> window;
+    Image<const S> below = src.from(-kRadius);
+    for (int j = 0; j < 2 * kRadius; ++j, below = below.from(1))
+      window.push(op.across(Taps<Source>{below.at, distance}));
+    for (int y = 0; y < rows; ++y, below = below.from(1), out = out.from(1)) {
+      window.push(op.across(Taps<Source>{below.at, distance}));
+      write(op.down(window.rows), out.at);
+    }
+  }
+};
 template <class Op, bool kKeeps, class S, class T>
 void acrossThenDown(Image<const S> src, Image<T> dst, Extent e, int distance) {
-  const Tag<T> d;
-  using Source = hn::Rebind<S, Tag<T>>;
-  constexpr std::ptrdiff_t N = kLanes<Tag<T>>;
-  constexpr int r = Op::kRadius;
-  const std::ptrdiff_t n = e.length;
-
-  // What is narrower than a vector is copied into blocks that are wide enough.
-  if (HWY_UNLIKELY(n < N)) {
-    constexpr std::ptrdiff_t kSide = r * AC4::channels, kRows = kStencilBlock + 2 * r;
-    S in[kRows][N + 2 * kSide] = {};
-    T out[kStencilBlock][N] = {};
-    const std::ptrdiff_t side = r * distance;
-    for (int y = 0; y < e.rows; y += kStencilBlock) {
-      const int rows = HWY_MIN(kStencilBlock, e.rows - y);
-      for (int j = 0; j < rows + 2 * r; ++j)
-        std::memcpy(in[j], src.row(y + j - r) - side, static_cast<std::size_t>(n + 2 * side) * sizeof(S));
-      for (int j = 0; j < rows; ++j) std::memcpy(out[j], dst.row(y + j), n * sizeof(T));
-      acrossThenDown<Op, kKeeps, S, T>({in[r] + side, sizeof in[0]}, {out[0], sizeof out[0]}, {N, rows},
-                                       distance);
-      for (int j = 0; j < rows; ++j) std::memcpy(dst.row(y + j), out[j], n * sizeof(T));
-    }
-    return;
-  }
-
-  const Op op;
-  const AlphaKeeper<kKeeps, Tag<T>> keep;
-  constexpr int kGroup = kKeeps ? AC4::channels : 1;
-  const std::ptrdiff_t head = n >= 4 * N ? toAlignment<kGroup>(d, dst.at) : 0;
-  const bool stream = e.stream && dst.step % static_cast<std::ptrdiff_t>(N * sizeof(T)) == 0;
-  for (int top = 0; top < e.rows; top += kStencilBlock) {
-    const int rows = HWY_MIN(kStencilBlock, e.rows - top);
-    for (std::ptrdiff_t x = 0, next = head > 0 ? head : N;; x = HWY_MIN(next, n - N), next += N) {
-      const bool streamHere = stream && isAligned(d, dst.at + x);
-      Window<typename Op::Row, 2 * r + 1> window;
-      Image<const S> below = {src.row(top - r) + x, src.step};
-      for (int j = 0; j < 2 * r; ++j, below = below.from(1))
-        window.push(op.across(Taps<Source>{below.at, distance}));
-      Image<T> out = {dst.row(top) + x, dst.step};
-      for (int y = 0; y < rows; ++y, below = below.from(1), out = out.from(1)) {
-        window.push(op.across(Taps<Source>{below.at, distance}));
-        const auto v = keep(op.down(window.rows), out.at);
-        if (HWY_UNLIKELY(streamHere)) {
-          store<true>(d, v, out.at);
-        } else {
-          store<false>(d, v, out.at);
-        }
-      }
-      if (x == n - N) break;
-    }
-  }
-  if (stream) hwy::FlushStream();
+  inColumns<AcrossThenDown<Op, S, T>, kKeeps, S, T>(src, dst, e, distance);
 }
 
 // Where a filter's columns are summed first, their sums stand in a buffer of so many and their halo. It lies
