@@ -433,7 +433,7 @@ Image packedSpectrum(const Image& picture) {
   const Image luma = newGrayImage(picture.size), square = newGrayImage({kSide, kSide});
   check(zopiRGBToGray_8u_C3C1R(picture.data(), picture.step, luma.data(), luma.step, luma.size));
   check(zopiResize_8u_C1R(luma.data(), luma.size, luma.step, {0, 0, width, height}, square.data(),
-                          square.step, square.size, double{kSide} / width, double{kSide} / height,
+                          square.step, square.size, 1.0 * kSide / width, 1.0 * kSide / height,
                           zopInterLinear));
   std::vector<Zop32f> spectrum(kSide * kSide);
   Zop32f* const at = spectrum.data();
@@ -447,8 +447,7 @@ Image packedSpectrum(const Image& picture) {
   check(zopiLn_32f_C1IR(at, kStep, square.size));
   check(zopiScale_32f8u_C1R(at, kStep, square.data(), square.step, square.size, -6, 2));
   check(zopiResize_8u_C1R(square.data(), square.size, square.step, {0, 0, kSide, kSide}, luma.data(),
-                          luma.step, luma.size, double{width} / kSide, double{height} / kSide,
-                          zopInterNearest));
+                          luma.step, luma.size, 1.0 * width / kSide, 1.0 * height / kSide, zopInterNearest));
   Image tile = newColourImage(picture.size);
   for (int c = 0; c < 3; ++c)
     check(zopiCopy_8u_C1C3R(luma.data(), luma.step, tile.data() + c, tile.step, tile.size));
