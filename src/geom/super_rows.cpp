@@ -107,20 +107,41 @@ struct Columns<Zop8u, Way::kExact> {
       rows[k] = from.row(begin[k].index);
       weights[k] = static_cast<uint16_t>(begin[k].weight * units);
     }
+    const auto sumAt = [&](auto vectors, std::ptrdiff_t i, std::ptrdiff_t n)
+                           HWY_ATTR { add<vectors>(rows, weights, count, i, n, sums + i); };
+    const std::integral_constant<int, 1> one;
+    const std::integral_constant<int, 2> two;
+    if (samples < 2 * kLanes<Words>) {
+      forOverlapping<kLanes<Words>>(samples, [&](std::ptrdiff_t i, auto n) HWY_ATTR { sumAt(one, i, n); });
+    } else {
+      forOverlapping<2 * kLanes<Words>>(
+          samples, [&](std::ptrdiff_t i, auto) HWY_ATTR { sumAt(two, i, kLanes<Words>); });
+    }
+  }
+
+  // Some vectors, of n samples each.
+  template <int kVectors>
+  static HWY_INLINE void add(const Zop8u* const* rows, const uint16_t* weights, std::ptrdiff_t count,
+                             std::ptrdiff_t i, std::ptrdiff_t n, float* sums) {
     const Words d;
     const SamplesOf<uint8_t, Words> bytes;
-    forOverlapping<kLanes<Words>>(samples, [&](std::ptrdiff_t i, auto n) HWY_ATTR {
-      auto sum = hn::Zero(d);
-      for (std::ptrdiff_t k = 0; k < count; ++k) {
-        const auto words = hn::PromoteTo(d, loadPart(bytes, rows[k] + i, n));
-        sum = hn::Add(sum, hn::Mul(words, hn::Set(d, weights[k])));
+    hn::Vec<Words> sum[kVectors];
+    for (auto& s : sum) s = hn::Zero(d);
+    for (std::ptrdiff_t k = 0; k < count; ++k) {
+      const auto weight = hn::Set(d, weights[k]);
+      for (int v = 0; v < kVectors; ++v) {
+        const auto words = hn::PromoteTo(d, loadPart(bytes, rows[k] + i + v * kLanes<Words>, n));
+        sum[v] = hn::Add(sum[v], hn::Mul(words, weight));
       }
-      const Floats df;
-      const Tag<int32_t> di;
-      const hn::Half<Words> half;
-      hn::StoreU(hn::ConvertTo(df, hn::PromoteTo(di, hn::LowerHalf(half, sum))), df, sums + i);
-      hn::StoreU(hn::ConvertTo(df, hn::PromoteTo(di, hn::UpperHalf(half, sum))), df, sums + i + kFloats);
-    });
+    }
+    const Floats df;
+    const Tag<int32_t> di;
+    const hn::Half<Words> half;
+    for (int v = 0; v < kVectors; ++v) {
+      float* to = sums + v * kLanes<Words>;
+      hn::StoreU(hn::ConvertTo(df, hn::PromoteTo(di, hn::LowerHalf(half, sum[v]))), df, to);
+      hn::StoreU(hn::ConvertTo(df, hn::PromoteTo(di, hn::UpperHalf(half, sum[v]))), df, to + kFloats);
+    }
   }
 };
 
