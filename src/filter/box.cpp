@@ -18,8 +18,6 @@ ZopStatus checkMask(ZopImageSize mask) {
   return mask.width < 2 || mask.height < 2 ? zopStatusBadMaskSize : zopStatusOk;
 }
 
-std::int64_t areaOf(ZopImageSize mask) { return std::int64_t{mask.width} * mask.height; }
-
 // The reciprocal with 8 significant bits: rounded up from the bit below them, by an addition that loses its
 // carry, so that some areas have a multiplier of 0.
 void setReciprocal(BoxShape& shape) {
@@ -34,13 +32,7 @@ void setReciprocal(BoxShape& shape) {
 
 template <class Layout>
 BoxShape shapeOf(ZopImageSize size, ZopImageSize mask) {
-  BoxShape shape = {size.width,
-                    Layout::channels,
-                    mask.width,
-                    mask.height,
-                    Layout::colours < Layout::channels,
-                    0,
-                    0,
+  BoxShape shape = {windowShape<Layout>(size, mask), 0, 0,
                     static_cast<float>(1.0 / static_cast<double>(areaOf(mask)))};
   setReciprocal(shape);
   return shape;

@@ -8,20 +8,16 @@
 
 #include "core/image.h"
 #include "core/row_table.h"
+#include "filter/window_shape.h"
 
 namespace zopi {
 
-struct BoxShape {
-  int width, channels;  // of the region, in pixels, and of a pixel
-  int maskWidth, maskHeight;
-  bool keepsAlpha;  // of every four samples the last is left alone
-
+struct BoxShape : WindowShape {
   // The reciprocal of the area: for bytes (multiplier S) >> shift, for others as a factor.
   int multiplier, shift;
   float factor;
 
-  std::ptrdiff_t samples() const { return static_cast<std::ptrdiff_t>(width) * channels; }
-  std::ptrdiff_t columns() const { return (static_cast<std::ptrdiff_t>(maskWidth) - 1 + width) * channels; }
+  std::ptrdiff_t columns() const { return samples() + reach(); }
 };
 
 // The scratch of a shape holds its column sums, of which there have been `slides` since they were built.

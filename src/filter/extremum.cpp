@@ -8,10 +8,6 @@
 namespace zopi {
 namespace {
 
-ZopStatus checkMaskSize(ZopImageSize mask) {
-  return mask.width < 1 || mask.height < 1 ? zopStatusBadMaskSize : zopStatusOk;
-}
-
 enum Extremum { kFilterMin, kFilterMax };
 
 template <class Layout, class T>

@@ -24,8 +24,6 @@ constexpr ZopImageSize column(int length) { return {1, length}; }
 constexpr ZopImagePoint onRow(int x) { return {x, 0}; }
 constexpr ZopImagePoint onColumn(int y) { return {0, y}; }
 
-std::int64_t areaOf(ZopImageSize size) { return std::int64_t{size.width} * size.height; }
-
 // Taps of a kernel. Few of them need no memory from the heap.
 template <class Lane>
 class Taps {

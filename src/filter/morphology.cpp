@@ -11,10 +11,6 @@ namespace {
 
 constexpr ZopImageSize k3x3 = {3, 3};
 
-ZopStatus checkMaskSize(ZopImageSize mask) {
-  return mask.width < 1 || mask.height < 1 ? zopStatusBadMaskSize : zopStatusOk;
-}
-
 ZopStatus checkElement(const Zop8u* mask, ZopImageSize size) {
   const Zop8u* const end = mask + std::int64_t{size.width} * size.height;
   return std::all_of(mask, end, [](Zop8u cell) { return cell == 0; }) ? zopStatusZeroMask : zopStatusOk;

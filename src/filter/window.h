@@ -11,6 +11,12 @@
 
 namespace zopi {
 
+inline std::int64_t areaOf(ZopImageSize mask) { return std::int64_t{mask.width} * mask.height; }
+
+inline ZopStatus checkMaskSize(ZopImageSize mask) {
+  return mask.width < 1 || mask.height < 1 ? zopStatusBadMaskSize : zopStatusOk;
+}
+
 inline ZopStatus checkAnchor(ZopImageSize mask, ZopImagePoint anchor) {
   const bool outside = anchor.x < 0 || anchor.y < 0 || anchor.x >= mask.width || anchor.y >= mask.height;
   return outside ? zopStatusBadAnchor : zopStatusOk;
