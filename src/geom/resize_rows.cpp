@@ -452,10 +452,13 @@ struct IntegerTaps {
       auto shuffle = hn::LoadU(d, windows.shuffle + unit * kWindowBytes);
       // Zeros stay zeros: their bytes have the highest bit set, and keep it.
       const auto next = hn::Set(d, static_cast<uint8_t>(call.channels * static_cast<int>(sizeof(T))));
-      for (auto& tap : taps) {
+      const auto pick = [&](auto& tap) HWY_ATTR {
         tap = hn::BitCast(Ints(), hn::TableLookupBytesOr0(v, shuffle));
         shuffle = hn::Add(shuffle, next);
-      }
+      };
+      // Not a loop, so that taps stay in registers.
+      [&]<std::size_t... k>(std::index_sequence<k...>) HWY_ATTR { (pick(taps[k]), ...); }
+      (std::make_index_sequence<kCount>());
     } else {
       HWY_ALIGN int32_t lanes[kCount][kTaps] = {};
       byHand<kCount>(from, i, lanes);
@@ -593,8 +596,40 @@ struct CubicFactors {
   }
 };
 
+// Four rows with weights in single precision, and how far that may be from the definition, of bytes.
+constexpr float kRowError = 0x1p-11f;
+struct RowWeights {
+  float of[4];
+
+  explicit RowWeights(const CubicFactors& f) {
+    const double weights[4] = {1.0 - f.first + f.second - f.third, f.first - 2.0 * f.second + 3.0 * f.third,
+                               f.second - 3.0 * f.third, f.third};
+    for (int i = 0; i < 4; ++i) of[i] = static_cast<float>(weights[i]);
+  }
+
+  HWY_INLINE hn::Vec<Floats> sum(const float* const rows[4], std::ptrdiff_t i) const {
+    const Floats d;
+    auto sum = hn::Mul(hn::LoadU(d, rows[0] + i), hn::Set(d, of[0]));
+    for (int k = 1; k < 4; ++k) sum = hn::MulAdd(hn::LoadU(d, rows[k] + i), hn::Set(d, of[k]), sum);
+    return sum;
+  }
+};
+
+// Rows hold single precision. Bytes are first made from that; elsewhere it is kept as doubles, for what is
+// read most often then needs no conversion.
+template <class T>
+inline constexpr bool kIsTried = std::is_same_v<T, Zop8u>;
+template <class T>
+using CubicRow = std::conditional_t<kIsTried<T>, float, double>;
+
+HWY_INLINE hn::Vec<Reals> asReals(const double* row) { return hn::LoadU(Reals(), row); }
+HWY_INLINE hn::Vec<Reals> asReals(const float* row) {
+  return hn::PromoteTo(Reals(), hn::LoadU(SamplesOf<float, Reals>(), row));
+}
+
 template <class T>
 struct CubicTables {
+  using Row = CubicRow<T>;
   const ResizeCall& call;
   TapsOf<T> taps;
   const double *first, *second, *third;
@@ -615,7 +650,7 @@ struct CubicTables {
   }
 
   // Differences of integers are exact in any lane.
-  void across(const T* from, double* to) const {
+  void across(const T* from, Row* to) const {
     const Reals d;
     for (std::ptrdiff_t i = 0; i < call.samples(); i += kTaps) {
       using Taps = std::conditional_t<std::is_same_v<T, Zop32f>, Floats, Ints>;
@@ -626,7 +661,10 @@ struct CubicTables {
         auto sum = hn::Add(s0, hn::Mul(d3, hn::LoadU(d, third + k)));
         sum = hn::Add(sum, hn::Mul(hn::LoadU(d, second + k), d2));
         sum = hn::Add(sum, hn::Mul(hn::LoadU(d, first + k), d1));
-        hn::StoreU(asFloats(sum), d, to + k);
+        if constexpr (kIsTried<T>)
+          hn::StoreU(hn::DemoteTo(SamplesOf<float, Reals>(), sum), SamplesOf<float, Reals>(), to + k);
+        else
+          hn::StoreU(asFloats(sum), d, to + k);
       };
       const auto differences = [](auto s0, auto s1, auto s2, auto s3, const auto& f) HWY_ATTR {
         const auto d1 = hn::Sub(s1, s0), d2 = hn::Sub(hn::Sub(s2, s1), d1);
@@ -648,23 +686,51 @@ struct CubicTables {
     }
   }
 
-  void down(const double* const rows[4], float weight, T* to) const {
+  // The definition.
+  HWY_INLINE hn::Vec<SamplesOf<T, Floats>> mixed(const Row* const rows[4], const CubicFactors& factors,
+                                                 std::ptrdiff_t i) const {
     const Reals d;
     constexpr bool kNumbers = std::is_same_v<T, Zop32f>;
-    const CubicFactors factors(weight);
     const auto a = hn::Set(d, factors.first), b = hn::Set(d, factors.second);
     const auto e = hn::Set(d, kNumbers ? double{static_cast<float>(factors.third)} : factors.third);
-    forParts<kTaps>(call.samples(), [&](std::ptrdiff_t i, auto n) HWY_ATTR {
-      const auto mix = [&](std::ptrdiff_t k) HWY_ATTR {
-        const auto s0 = hn::LoadU(d, rows[0] + k), s1 = hn::LoadU(d, rows[1] + k);
-        const auto s2 = hn::LoadU(d, rows[2] + k), s3 = hn::LoadU(d, rows[3] + k);
-        const auto d1 = hn::Sub(s1, s0), d2 = hn::Sub(hn::Sub(s2, s1), d1);
-        const auto d3 = hn::Sub(hn::Add(hn::Sub(hn::Sub(s3, s2), s2), s1), d2);
-        const auto sum = hn::Add(hn::Mul(d1, a), hn::Add(hn::Mul(d2, b), hn::Add(s0, hn::Mul(d3, e))));
-        return kNumbers ? sum : hn::Add(sum, hn::Set(d, 1e-7));
-      };
-      storeSamples(SamplesOf<T, Floats>(), asSamples<T>(mix(i), mix(i + kReals)), to, i, n, call.keepsAlpha);
-    });
+    const auto mix = [&](std::ptrdiff_t k) HWY_ATTR {
+      const auto s0 = asReals(rows[0] + k), s1 = asReals(rows[1] + k);
+      const auto s2 = asReals(rows[2] + k), s3 = asReals(rows[3] + k);
+      const auto d1 = hn::Sub(s1, s0), d2 = hn::Sub(hn::Sub(s2, s1), d1);
+      const auto d3 = hn::Sub(hn::Add(hn::Sub(hn::Sub(s3, s2), s2), s1), d2);
+      const auto sum = hn::Add(hn::Mul(d1, a), hn::Add(hn::Mul(d2, b), hn::Add(s0, hn::Mul(d3, e))));
+      return kNumbers ? sum : hn::Add(sum, hn::Set(d, 1e-7));
+    };
+    return asSamples<T>(mix(i), mix(i + kReals));
+  }
+  HWY_NOINLINE void mixedInto(const Row* const rows[4], const CubicFactors& factors, std::ptrdiff_t i,
+                              T* to) const {
+    hn::StoreU(mixed(rows, factors, i), SamplesOf<T, Floats>(), to);
+  }
+
+  void down(const Row* const rows[4], float weight, T* to) const {
+    const SamplesOf<T, Floats> samples;
+    const CubicFactors factors(weight);
+    if constexpr (kIsTried<T>) {
+      const RowWeights weights(factors);
+      forParts<kTaps>(call.samples(), [&](std::ptrdiff_t i, auto n) HWY_ATTR {
+        const Floats d;
+        const Ints di;
+        const auto sum = weights.sum(rows, i);
+        const auto error = hn::Set(d, kRowError);
+        const auto low = hn::ConvertTo(di, hn::Sub(sum, error)),
+                   high = hn::ConvertTo(di, hn::Add(sum, error));
+        if (HWY_LIKELY(hn::AllTrue(di, hn::Eq(low, high))))
+          return storeSamples(samples, hn::DemoteTo(samples, low), to, i, n, call.keepsAlpha);
+        T exact[kTaps];
+        mixedInto(rows, factors, i, exact);
+        storeSamples(samples, hn::LoadU(samples, exact), to, i, n, call.keepsAlpha);
+      });
+    } else {
+      forParts<kTaps>(call.samples(), [&](std::ptrdiff_t i, auto n) HWY_ATTR {
+        storeSamples(samples, mixed(rows, factors, i), to, i, n, call.keepsAlpha);
+      });
+    }
   }
 };
 
@@ -674,8 +740,9 @@ void cubic(const ResizeCall& call, unsigned char* memory, const Image<const T>* 
   Scratch scratch = {memory};
   const CubicTables<T> tables(call, scratch);
   const std::ptrdiff_t length = wholeGroups(call.samples());
-  double* rows[4];
-  for (double*& row : rows) row = scratch.take<double>(length);
+  using Row = CubicRow<T>;
+  Row* rows[4];
+  for (Row*& row : rows) row = scratch.take<Row>(length);
   for (int p = 0; p < images; ++p) {
     for (int y = 0; y < call.height; ++y) {
       const int row = call.rows[y];
