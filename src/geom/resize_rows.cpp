@@ -596,8 +596,7 @@ struct CubicFactors {
   }
 };
 
-// Four rows with weights in single precision, and how far that may be from the definition, of bytes.
-constexpr float kRowError = 0x1p-11f;
+// Four rows of bytes with weights in single precision: what the definition truncates lies between two sums.
 struct RowWeights {
   float of[4];
 
@@ -607,11 +606,22 @@ struct RowWeights {
     for (int i = 0; i < 4; ++i) of[i] = static_cast<float>(weights[i]);
   }
 
-  HWY_INLINE hn::Vec<Floats> sum(const float* const rows[4], std::ptrdiff_t i) const {
+  // Where all rows are the same, nothing but a tiny step is added, however they are weighed: flat parts of
+  // images are whole numbers, and any doubt would reach across.
+  HWY_INLINE void sums(const float* const rows[4], std::ptrdiff_t i, hn::Vec<Floats>& low,
+                       hn::Vec<Floats>& high) const {
+    constexpr float kError = 0x1p-11f, kStep = 2e-7f;
     const Floats d;
-    auto sum = hn::Mul(hn::LoadU(d, rows[0] + i), hn::Set(d, of[0]));
-    for (int k = 1; k < 4; ++k) sum = hn::MulAdd(hn::LoadU(d, rows[k] + i), hn::Set(d, of[k]), sum);
-    return sum;
+    const auto s0 = hn::LoadU(d, rows[0] + i), s1 = hn::LoadU(d, rows[1] + i);
+    const auto s2 = hn::LoadU(d, rows[2] + i), s3 = hn::LoadU(d, rows[3] + i);
+    auto sum = hn::Mul(s0, hn::Set(d, of[0]));
+    sum = hn::MulAdd(s1, hn::Set(d, of[1]), sum);
+    sum = hn::MulAdd(s2, hn::Set(d, of[2]), sum);
+    sum = hn::MulAdd(s3, hn::Set(d, of[3]), sum);
+    const auto flat = hn::And(hn::Eq(s0, s1), hn::And(hn::Eq(s1, s2), hn::Eq(s2, s3)));
+    const auto error = hn::Set(d, kError);
+    low = hn::IfThenElse(flat, s0, hn::Sub(sum, error));
+    high = hn::IfThenElse(flat, hn::Add(s0, hn::Set(d, kStep)), hn::Add(sum, error));
   }
 };
 
@@ -714,12 +724,10 @@ struct CubicTables {
     if constexpr (kIsTried<T>) {
       const RowWeights weights(factors);
       forParts<kTaps>(call.samples(), [&](std::ptrdiff_t i, auto n) HWY_ATTR {
-        const Floats d;
         const Ints di;
-        const auto sum = weights.sum(rows, i);
-        const auto error = hn::Set(d, kRowError);
-        const auto low = hn::ConvertTo(di, hn::Sub(sum, error)),
-                   high = hn::ConvertTo(di, hn::Add(sum, error));
+        hn::Vec<Floats> from, until;
+        weights.sums(rows, i, from, until);
+        const auto low = hn::ConvertTo(di, from), high = hn::ConvertTo(di, until);
         if (HWY_LIKELY(hn::AllTrue(di, hn::Eq(low, high))))
           return storeSamples(samples, hn::DemoteTo(samples, low), to, i, n, call.keepsAlpha);
         T exact[kTaps];
