@@ -17,8 +17,9 @@ struct Scratch {
 
   template <class T>
   T* take(std::ptrdiff_t count) {
+    at += -reinterpret_cast<std::uintptr_t>(at) % 64;
     T* piece = reinterpret_cast<T*>(at);
-    at += (count * static_cast<std::ptrdiff_t>(sizeof(T)) + 31) / 32 * 32;
+    at += count * static_cast<std::ptrdiff_t>(sizeof(T));
     return piece;
   }
 };
