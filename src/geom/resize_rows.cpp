@@ -75,9 +75,8 @@ HWY_INLINE hn::Vec<D> windowsAt(D d, const unsigned char* row, const int* at) {
   }
 }
 
-HWY_INLINE hn::Vec<Bytes> shuffledAt(const Windows& windows, const unsigned char* row, std::ptrdiff_t unit) {
-  return hn::TableLookupBytesOr0(windowsAt(Bytes(), row, windows.at + unit),
-                                 hn::LoadU(Bytes(), windows.shuffle + unit * kWindowBytes));
+HWY_INLINE hn::Vec<Bytes> shuffled(const Windows& windows, hn::Vec<Bytes> window, std::ptrdiff_t unit) {
+  return hn::TableLookupBytesOr0(window, hn::LoadU(Bytes(), windows.shuffle + unit * kWindowBytes));
 }
 
 HWY_INLINE bool allFit(const Windows& windows, std::ptrdiff_t unit) {
@@ -96,7 +95,8 @@ void nearestRow(const ResizeCall& call, const Windows& windows, const T* from, T
   forParts<kLength>(call.samples(), [&](std::ptrdiff_t i, auto n) HWY_ATTR {
     const std::ptrdiff_t unit = i / kLength * kBlocks;
     if (HWY_LIKELY(allFit(windows, unit))) {
-      const auto v = shuffledAt(windows, reinterpret_cast<const unsigned char*>(from), unit);
+      const auto* row = reinterpret_cast<const unsigned char*>(from);
+      const auto v = shuffled(windows, windowsAt(Bytes(), row, windows.at + unit), unit);
       return storeSamples(d, hn::BitCast(d, v), to, i, n, call.keepsAlpha);
     }
     HWY_ALIGN T block[kLength] = {};
@@ -289,6 +289,11 @@ struct LinearTables {
   }
 
   void across(const T* from, uint16_t* to) const {
+    windows.shared ? across<true>(from, to) : across<false>(from, to);
+  }
+
+  template <bool kShared>
+  HWY_NOINLINE void across(const T* from, uint16_t* to) const {
     const Tag<int16_t> d;
     const std::ptrdiff_t samples = call.samples();
     // One channel of words: the last of an odd number of samples lacks its lowest bit.
@@ -299,8 +304,11 @@ struct LinearTables {
       hn::Vec<Tag<int16_t>> even, odd;
       if (HWY_LIKELY(allFit(windows, unit))) {
         const auto* row = reinterpret_cast<const unsigned char*>(from);
-        even = hn::BitCast(d, shuffledAt(windows, row, unit));
-        odd = hn::BitCast(d, shuffledAt(windows, row, windows.each + unit));
+        const std::ptrdiff_t next = windows.each + unit;
+        const auto window = windowsAt(Bytes(), row, windows.at + unit);
+        even = hn::BitCast(d, shuffled(windows, window, unit));
+        odd = hn::BitCast(
+            d, shuffled(windows, kShared ? window : windowsAt(Bytes(), row, windows.at + next), next));
       } else {
         HWY_ALIGN uint16_t pairs[2][kLength] = {};
         pairsByHand(from, i, pairs[0], pairs[1]);
