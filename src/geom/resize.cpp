@@ -184,7 +184,7 @@ template <class L, class T, int... kFrom, int... kTo>
 ZopStatus interpolated(Images<const T, kFrom...> src, const Images<T, kTo...>& dst, const Axis& across,
                        const Axis& down, int interpolation) {
   const std::ptrdiff_t samples = std::ptrdiff_t{across.count} * L::channels;
-  const std::ptrdiff_t tables = (std::ptrdiff_t{across.count} + down.count) * 8 + 128;
+  const std::ptrdiff_t tables = (std::ptrdiff_t{across.count} + down.count) * 8 + 256;
   const Block block = newBlock(tables + resizeScratchBytes(samples, interpolation));
   if (block == nullptr) return zopStatusNoMemory;
   const RoundingToNearest nearest;
@@ -319,7 +319,7 @@ ZopStatus averaged(Images<const T, kFrom...> src, const Images<T, kTo...>& dst, 
   const std::ptrdiff_t acrossTaps = countTaps(visitAcross), downTaps = countTaps(visitDown);
   if (acrossTaps > INT32_MAX || downTaps > INT32_MAX) return zopStatusNoMemory;
   const std::ptrdiff_t bytes = (acrossTaps + downTaps) * static_cast<std::ptrdiff_t>(sizeof(Covered)) +
-                               (std::ptrdiff_t{width} + height + 2) * 4 + 128;
+                               (std::ptrdiff_t{width} + height + 2) * 4 + 256;
   const Block tables = newBlock(bytes);
   if (tables == nullptr) return zopStatusNoMemory;
   Scratch scratch = {tables.get()};

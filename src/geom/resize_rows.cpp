@@ -75,9 +75,8 @@ HWY_INLINE hn::Vec<D> windowsAt(D d, const unsigned char* row, const int* at) {
   }
 }
 
-HWY_INLINE hn::Vec<Bytes> shuffledAt(const Windows& windows, const unsigned char* row, std::ptrdiff_t unit) {
-  return hn::TableLookupBytesOr0(windowsAt(Bytes(), row, windows.at + unit),
-                                 hn::LoadU(Bytes(), windows.shuffle + unit * kWindowBytes));
+HWY_INLINE hn::Vec<Bytes> shuffled(const Windows& windows, hn::Vec<Bytes> window, std::ptrdiff_t unit) {
+  return hn::TableLookupBytesOr0(window, hn::LoadU(Bytes(), windows.shuffle + unit * kWindowBytes));
 }
 
 HWY_INLINE bool allFit(const Windows& windows, std::ptrdiff_t unit) {
@@ -96,7 +95,8 @@ void nearestRow(const ResizeCall& call, const Windows& windows, const T* from, T
   forParts<kLength>(call.samples(), [&](std::ptrdiff_t i, auto n) HWY_ATTR {
     const std::ptrdiff_t unit = i / kLength * kBlocks;
     if (HWY_LIKELY(allFit(windows, unit))) {
-      const auto v = shuffledAt(windows, reinterpret_cast<const unsigned char*>(from), unit);
+      const auto* row = reinterpret_cast<const unsigned char*>(from);
+      const auto v = shuffled(windows, windowsAt(Bytes(), row, windows.at + unit), unit);
       return storeSamples(d, hn::BitCast(d, v), to, i, n, call.keepsAlpha);
     }
     HWY_ALIGN T block[kLength] = {};
@@ -289,6 +289,11 @@ struct LinearTables {
   }
 
   void across(const T* from, uint16_t* to) const {
+    windows.shared ? across<true>(from, to) : across<false>(from, to);
+  }
+
+  template <bool kShared>
+  HWY_NOINLINE void across(const T* from, uint16_t* to) const {
     const Tag<int16_t> d;
     const std::ptrdiff_t samples = call.samples();
     // One channel of words: the last of an odd number of samples lacks its lowest bit.
@@ -299,8 +304,11 @@ struct LinearTables {
       hn::Vec<Tag<int16_t>> even, odd;
       if (HWY_LIKELY(allFit(windows, unit))) {
         const auto* row = reinterpret_cast<const unsigned char*>(from);
-        even = hn::BitCast(d, shuffledAt(windows, row, unit));
-        odd = hn::BitCast(d, shuffledAt(windows, row, windows.each + unit));
+        const std::ptrdiff_t next = windows.each + unit;
+        const auto window = windowsAt(Bytes(), row, windows.at + unit);
+        even = hn::BitCast(d, shuffled(windows, window, unit));
+        odd = hn::BitCast(
+            d, shuffled(windows, kShared ? window : windowsAt(Bytes(), row, windows.at + next), next));
       } else {
         HWY_ALIGN uint16_t pairs[2][kLength] = {};
         pairsByHand(from, i, pairs[0], pairs[1]);
@@ -452,10 +460,13 @@ struct IntegerTaps {
       auto shuffle = hn::LoadU(d, windows.shuffle + unit * kWindowBytes);
       // Zeros stay zeros: their bytes have the highest bit set, and keep it.
       const auto next = hn::Set(d, static_cast<uint8_t>(call.channels * static_cast<int>(sizeof(T))));
-      for (auto& tap : taps) {
+      const auto pick = [&](auto& tap) HWY_ATTR {
         tap = hn::BitCast(Ints(), hn::TableLookupBytesOr0(v, shuffle));
         shuffle = hn::Add(shuffle, next);
-      }
+      };
+      // Not a loop, so that taps stay in registers.
+      [&]<std::size_t... k>(std::index_sequence<k...>) HWY_ATTR { (pick(taps[k]), ...); }
+      (std::make_index_sequence<kCount>());
     } else {
       HWY_ALIGN int32_t lanes[kCount][kTaps] = {};
       byHand<kCount>(from, i, lanes);
@@ -593,8 +604,50 @@ struct CubicFactors {
   }
 };
 
+// Four rows of bytes with weights in single precision: what the definition truncates lies between two sums.
+struct RowWeights {
+  float of[4];
+
+  explicit RowWeights(const CubicFactors& f) {
+    const double weights[4] = {1.0 - f.first + f.second - f.third, f.first - 2.0 * f.second + 3.0 * f.third,
+                               f.second - 3.0 * f.third, f.third};
+    for (int i = 0; i < 4; ++i) of[i] = static_cast<float>(weights[i]);
+  }
+
+  // Where all rows are the same, nothing but a tiny step is added, however they are weighed: flat parts of
+  // images are whole numbers, and any doubt would reach across.
+  HWY_INLINE void sums(const float* const rows[4], std::ptrdiff_t i, hn::Vec<Floats>& low,
+                       hn::Vec<Floats>& high) const {
+    constexpr float kError = 0x1p-11f, kStep = 2e-7f;
+    const Floats d;
+    const auto s0 = hn::LoadU(d, rows[0] + i), s1 = hn::LoadU(d, rows[1] + i);
+    const auto s2 = hn::LoadU(d, rows[2] + i), s3 = hn::LoadU(d, rows[3] + i);
+    auto sum = hn::Mul(s0, hn::Set(d, of[0]));
+    sum = hn::MulAdd(s1, hn::Set(d, of[1]), sum);
+    sum = hn::MulAdd(s2, hn::Set(d, of[2]), sum);
+    sum = hn::MulAdd(s3, hn::Set(d, of[3]), sum);
+    const auto flat = hn::And(hn::Eq(s0, s1), hn::And(hn::Eq(s1, s2), hn::Eq(s2, s3)));
+    const auto error = hn::Set(d, kError);
+    low = hn::IfThenElse(flat, s0, hn::Sub(sum, error));
+    high = hn::IfThenElse(flat, hn::Add(s0, hn::Set(d, kStep)), hn::Add(sum, error));
+  }
+};
+
+// Rows hold single precision. Bytes are first made from that; elsewhere it is kept as doubles, for what is
+// read most often then needs no conversion.
+template <class T>
+inline constexpr bool kIsTried = std::is_same_v<T, Zop8u>;
+template <class T>
+using CubicRow = std::conditional_t<kIsTried<T>, float, double>;
+
+HWY_INLINE hn::Vec<Reals> asReals(const double* row) { return hn::LoadU(Reals(), row); }
+HWY_INLINE hn::Vec<Reals> asReals(const float* row) {
+  return hn::PromoteTo(Reals(), hn::LoadU(SamplesOf<float, Reals>(), row));
+}
+
 template <class T>
 struct CubicTables {
+  using Row = CubicRow<T>;
   const ResizeCall& call;
   TapsOf<T> taps;
   const double *first, *second, *third;
@@ -615,7 +668,7 @@ struct CubicTables {
   }
 
   // Differences of integers are exact in any lane.
-  void across(const T* from, double* to) const {
+  void across(const T* from, Row* to) const {
     const Reals d;
     for (std::ptrdiff_t i = 0; i < call.samples(); i += kTaps) {
       using Taps = std::conditional_t<std::is_same_v<T, Zop32f>, Floats, Ints>;
@@ -626,7 +679,10 @@ struct CubicTables {
         auto sum = hn::Add(s0, hn::Mul(d3, hn::LoadU(d, third + k)));
         sum = hn::Add(sum, hn::Mul(hn::LoadU(d, second + k), d2));
         sum = hn::Add(sum, hn::Mul(hn::LoadU(d, first + k), d1));
-        hn::StoreU(asFloats(sum), d, to + k);
+        if constexpr (kIsTried<T>)
+          hn::StoreU(hn::DemoteTo(SamplesOf<float, Reals>(), sum), SamplesOf<float, Reals>(), to + k);
+        else
+          hn::StoreU(asFloats(sum), d, to + k);
       };
       const auto differences = [](auto s0, auto s1, auto s2, auto s3, const auto& f) HWY_ATTR {
         const auto d1 = hn::Sub(s1, s0), d2 = hn::Sub(hn::Sub(s2, s1), d1);
@@ -648,23 +704,49 @@ struct CubicTables {
     }
   }
 
-  void down(const double* const rows[4], float weight, T* to) const {
+  // The definition.
+  HWY_INLINE hn::Vec<SamplesOf<T, Floats>> mixed(const Row* const rows[4], const CubicFactors& factors,
+                                                 std::ptrdiff_t i) const {
     const Reals d;
     constexpr bool kNumbers = std::is_same_v<T, Zop32f>;
-    const CubicFactors factors(weight);
     const auto a = hn::Set(d, factors.first), b = hn::Set(d, factors.second);
     const auto e = hn::Set(d, kNumbers ? double{static_cast<float>(factors.third)} : factors.third);
-    forParts<kTaps>(call.samples(), [&](std::ptrdiff_t i, auto n) HWY_ATTR {
-      const auto mix = [&](std::ptrdiff_t k) HWY_ATTR {
-        const auto s0 = hn::LoadU(d, rows[0] + k), s1 = hn::LoadU(d, rows[1] + k);
-        const auto s2 = hn::LoadU(d, rows[2] + k), s3 = hn::LoadU(d, rows[3] + k);
-        const auto d1 = hn::Sub(s1, s0), d2 = hn::Sub(hn::Sub(s2, s1), d1);
-        const auto d3 = hn::Sub(hn::Add(hn::Sub(hn::Sub(s3, s2), s2), s1), d2);
-        const auto sum = hn::Add(hn::Mul(d1, a), hn::Add(hn::Mul(d2, b), hn::Add(s0, hn::Mul(d3, e))));
-        return kNumbers ? sum : hn::Add(sum, hn::Set(d, 1e-7));
-      };
-      storeSamples(SamplesOf<T, Floats>(), asSamples<T>(mix(i), mix(i + kReals)), to, i, n, call.keepsAlpha);
-    });
+    const auto mix = [&](std::ptrdiff_t k) HWY_ATTR {
+      const auto s0 = asReals(rows[0] + k), s1 = asReals(rows[1] + k);
+      const auto s2 = asReals(rows[2] + k), s3 = asReals(rows[3] + k);
+      const auto d1 = hn::Sub(s1, s0), d2 = hn::Sub(hn::Sub(s2, s1), d1);
+      const auto d3 = hn::Sub(hn::Add(hn::Sub(hn::Sub(s3, s2), s2), s1), d2);
+      const auto sum = hn::Add(hn::Mul(d1, a), hn::Add(hn::Mul(d2, b), hn::Add(s0, hn::Mul(d3, e))));
+      return kNumbers ? sum : hn::Add(sum, hn::Set(d, 1e-7));
+    };
+    return asSamples<T>(mix(i), mix(i + kReals));
+  }
+  HWY_NOINLINE void mixedInto(const Row* const rows[4], const CubicFactors& factors, std::ptrdiff_t i,
+                              T* to) const {
+    hn::StoreU(mixed(rows, factors, i), SamplesOf<T, Floats>(), to);
+  }
+
+  void down(const Row* const rows[4], float weight, T* to) const {
+    const SamplesOf<T, Floats> samples;
+    const CubicFactors factors(weight);
+    if constexpr (kIsTried<T>) {
+      const RowWeights weights(factors);
+      forParts<kTaps>(call.samples(), [&](std::ptrdiff_t i, auto n) HWY_ATTR {
+        const Ints di;
+        hn::Vec<Floats> from, until;
+        weights.sums(rows, i, from, until);
+        const auto low = hn::ConvertTo(di, from), high = hn::ConvertTo(di, until);
+        if (HWY_LIKELY(hn::AllTrue(di, hn::Eq(low, high))))
+          return storeSamples(samples, hn::DemoteTo(samples, low), to, i, n, call.keepsAlpha);
+        T exact[kTaps];
+        mixedInto(rows, factors, i, exact);
+        storeSamples(samples, hn::LoadU(samples, exact), to, i, n, call.keepsAlpha);
+      });
+    } else {
+      forParts<kTaps>(call.samples(), [&](std::ptrdiff_t i, auto n) HWY_ATTR {
+        storeSamples(samples, mixed(rows, factors, i), to, i, n, call.keepsAlpha);
+      });
+    }
   }
 };
 
@@ -674,8 +756,9 @@ void cubic(const ResizeCall& call, unsigned char* memory, const Image<const T>* 
   Scratch scratch = {memory};
   const CubicTables<T> tables(call, scratch);
   const std::ptrdiff_t length = wholeGroups(call.samples());
-  double* rows[4];
-  for (double*& row : rows) row = scratch.take<double>(length);
+  using Row = CubicRow<T>;
+  Row* rows[4];
+  for (Row*& row : rows) row = scratch.take<Row>(length);
   for (int p = 0; p < images; ++p) {
     for (int y = 0; y < call.height; ++y) {
       const int row = call.rows[y];

@@ -17,8 +17,9 @@ struct Scratch {
 
   template <class T>
   T* take(std::ptrdiff_t count) {
+    at += -reinterpret_cast<std::uintptr_t>(at) % 64;
     T* piece = reinterpret_cast<T*>(at);
-    at += (count * static_cast<std::ptrdiff_t>(sizeof(T)) + 31) / 32 * 32;
+    at += count * static_cast<std::ptrdiff_t>(sizeof(T));
     return piece;
   }
 };
@@ -39,6 +40,7 @@ struct Windows {
   const unsigned char* shuffle;  // and the places in it of the bytes of its lanes
   const unsigned char* fits;     // whether units of the same number, one in each way, have windows that fit
   std::ptrdiff_t each;           // units a way
+  bool shared;                   // whether units of the same number have the same window
 };
 
 // `nextOffset()` is the byte of the row where the next sample stands, the first one at first. `outputs` is a
@@ -52,33 +54,47 @@ Windows windowsOf(Scratch& scratch, const Lane& lane, std::ptrdiff_t samples, st
   unsigned char* fits = scratch.take<unsigned char>(each);
   std::memset(shuffle, 0x80, static_cast<std::size_t>(units * kWindowBytes));
   std::memset(fits, 1, static_cast<std::size_t>(each));
-  std::ptrdiff_t window = 0;
-  bool fitting = false;
-  for (std::ptrdiff_t u = 0; u < units; ++u) {
-    const std::ptrdiff_t begin = u * perUnit, end = std::min(begin + perUnit, samples);
-    const std::ptrdiff_t slot = u % kWays * each + u / kWays;
-    if (begin < end) {
-      std::ptrdiff_t offsets[kWindowBytes], low = PTRDIFF_MAX, high = PTRDIFF_MIN;
-      for (std::ptrdiff_t s = begin; s < end; ++s) {
-        const std::ptrdiff_t offset = nextOffset() + lane.first;
-        offsets[s - begin] = offset;
-        low = std::min(low, offset);
-        high = std::max(high, offset);
+  const std::ptrdiff_t perGroup = kWays * perUnit;
+  struct Window {
+    std::ptrdiff_t at;
+    bool fits;
+  };
+  Window window = {0, false};
+  bool shared = true;
+  for (std::ptrdiff_t g = 0; g < each; ++g) {
+    const std::ptrdiff_t count = std::clamp<std::ptrdiff_t>(samples - g * perGroup, 0, perGroup);
+    std::ptrdiff_t offsets[kWays * kWindowBytes];
+    for (std::ptrdiff_t i = 0; i < count; ++i) offsets[i] = nextOffset() + lane.first;
+    // The window of samples i to n - 1 of the group.
+    const auto holding = [&](std::ptrdiff_t i, std::ptrdiff_t n) -> Window {
+      std::ptrdiff_t low = offsets[i], high = low;
+      for (++i; i < n; ++i) {
+        low = std::min(low, offsets[i]);
+        high = std::max(high, offsets[i]);
       }
-      window = std::min(low, rowEnd - kWindowBytes);
-      fitting = window >= rowBegin && high + lane.reach - window <= kWindowBytes;
-      for (std::ptrdiff_t s = begin; fitting && s < end; ++s) {
-        unsigned char* bytes = shuffle + slot * kWindowBytes + (s - begin) * lane.bytes;
-        const auto place = static_cast<int>(offsets[s - begin] - window);
-        for (int i = 0; i < lane.bytes; ++i) {
-          if (lane.from[i] != kNothing) bytes[i] = static_cast<unsigned char>(place + lane.from[i]);
+      const std::ptrdiff_t begin = std::min(low, rowEnd - kWindowBytes);
+      return {begin, begin >= rowBegin && high + lane.reach - begin <= kWindowBytes};
+    };
+    if (count > 0) window = holding(0, count);
+    const bool together = window.fits;
+    shared = shared && together;
+    for (int way = 0; way < kWays; ++way) {
+      const std::ptrdiff_t slot = way * each + g, begin = way * perUnit,
+                           end = std::min(begin + perUnit, count);
+      if (kWays > 1 && !together && begin < end) window = holding(begin, end);
+      const auto [first, fitting] = window;
+      for (std::ptrdiff_t i = begin; fitting && i < end; ++i) {
+        unsigned char* bytes = shuffle + slot * kWindowBytes + (i - begin) * lane.bytes;
+        const auto place = static_cast<int>(offsets[i] - first);
+        for (int k = 0; k < lane.bytes; ++k) {
+          if (lane.from[k] != kNothing) bytes[k] = static_cast<unsigned char>(place + lane.from[k]);
         }
       }
+      at[slot] = static_cast<int>(first);
+      if (!fitting) fits[g] = 0;
     }
-    at[slot] = static_cast<int>(window);
-    if (!fitting) fits[u / kWays] = 0;
   }
-  return {at, shuffle, fits, each};
+  return {at, shuffle, fits, each, shared};
 }
 
 }  // namespace zopi
