@@ -28,6 +28,15 @@ void addFourier(const std::string& name, int channels, int order,
   });
 }
 
+// Every whole block of an image, from and to blocks that follow each other.
+template <class Function>
+void addBlocks(const std::string& name, Function function) {
+  bench::add(name + "/blocks", {2}, {2}, [=](const Frame& f) {
+    const int blocks = f.size.width * f.size.height / 64;
+    for (int i = 0; i < blocks; ++i) function(f.source<Zop16s>(0) + 64 * i, f.destination<Zop16s>() + 64 * i);
+  });
+}
+
 const bool registered = [] {
   for (const int order : {6, 8, 9, 10}) {
     addFourier("zopiFFTFwd_RToPack_32f_C1R", 1, order, zopiFFTInitAlloc_R_32f, zopiFFTFwd_RToPack_32f_C1R);
@@ -35,6 +44,8 @@ const bool registered = [] {
     addFourier("zopiFFTFwd_CToC_32fc_C1R", 1, order, zopiFFTInitAlloc_C_32fc, zopiFFTFwd_CToC_32fc_C1R);
   }
   addFourier("zopiFFTFwd_RToPack_32f_C3R", 3, 9, zopiFFTInitAlloc_R_32f, zopiFFTFwd_RToPack_32f_C3R);
+  addBlocks("zopiDCT8x8Fwd_16s_C1", zopiDCT8x8Fwd_16s_C1);
+  addBlocks("zopiDCT8x8Inv_16s_C1", zopiDCT8x8Inv_16s_C1);
   return true;
 }();
 

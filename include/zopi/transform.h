@@ -233,6 +233,71 @@ ZOPI_API ZopStatus zopiFFTInv_PackToR_32s8u_AC4RSfs(const Zop32s* pSrc, int srcS
     int dstStep, const ZopFFTSpec_R_32s* pFFTSpec, int scaleFactor, Zop8u* pBuffer);
 /// @}
 
+/// @name Cosine transforms of 8x8 blocks
+///
+/// The orthonormal transform X(u, v) = C(u) C(v) / 4 times the sum of f(x, y) cos((2x + 1) u pi / 16) cos((2y
+/// + 1) v pi / 16), with C(0) = 1 / sqrt(2) and else 1, and its inverse (Ahmed, Natarajan and Rao, Discrete
+/// cosine transform, 1974). X(0, 0) is an eighth of the sum of the samples. A block is 64 samples, row after
+/// row, or in the `R` forms 8x8 samples of an image.
+///
+/// `16s`: fixed-point arithmetic of 16 bits, defined to the bit. Forward, the sums of pairs of rows, 8 or 16
+/// times the samples, wrap where they leave 16 bits: samples of -255 to 255 are safe. `FwdLS` adds `addVal`
+/// to each byte before, `InvLSClip` adds it to each result, which wraps, and holds it to 0 and 255, then from
+/// below to `clipDown` and then from above to `clipUp`. The other inverse forms to bytes saturate. `32f`:
+/// equal to the definition but for rounding.
+///
+/// - `pSrc`: The block, or its first sample and the distance in bytes from one of its rows to the next.
+/// - `pDst`: The block, or its first sample and the distance in bytes from one of its rows to the next.
+/// - `pSrcDst`: The block.
+/// - `pSrc`, `srcStep`: The block, or its first sample and the distance in bytes from one of its rows to the
+///   next.
+/// - `addVal`: What is added to each sample.
+/// - `pDst`, `dstStep`: The block, or its first sample and the distance in bytes from one of its rows to the
+///   next.
+/// - `clipDown`: The least result.
+/// - `clipUp`: The greatest result, even where that is below `clipDown`.
+///
+/// Arguments are checked in this order in the forms `16s_C1`, `16s_C1I`, `32f_C1`, `32f_C1I`: @ref
+/// zopStatusNullPointer (-8) if a pointer is null. After a failed check nothing is written.
+///
+/// Arguments are checked in this order in the forms `16s_C1R`, `8u16s_C1R`, `16s8u_C1R`: @ref
+/// zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadStep (-14) if a step is below 1. After a
+/// failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiDCT8x8Fwd_16s_C1(const Zop16s pSrc[64], Zop16s pDst[64]);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiDCT8x8Fwd_16s_C1I(Zop16s pSrcDst[64]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiDCT8x8Fwd_32f_C1(const Zop32f pSrc[64], Zop32f pDst[64]);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiDCT8x8Fwd_32f_C1I(Zop32f pSrcDst[64]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiDCT8x8Inv_16s_C1(const Zop16s pSrc[64], Zop16s pDst[64]);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiDCT8x8Inv_16s_C1I(Zop16s pSrcDst[64]);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiDCT8x8Inv_32f_C1(const Zop32f pSrc[64], Zop32f pDst[64]);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiDCT8x8Inv_32f_C1I(Zop32f pSrcDst[64]);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiDCT8x8Fwd_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s pDst[64]);
+/// 8-bit unsigned to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiDCT8x8Fwd_8u16s_C1R(const Zop8u* pSrc, int srcStep, Zop16s pDst[64]);
+/// 8-bit unsigned to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiDCT8x8FwdLS_8u16s_C1R(const Zop8u* pSrc, int srcStep, Zop16s pDst[64],
+    Zop16s addVal);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiDCT8x8Inv_16s_C1R(const Zop16s pSrc[64], Zop16s* pDst, int dstStep);
+/// 16-bit signed to 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiDCT8x8Inv_16s8u_C1R(const Zop16s pSrc[64], Zop8u* pDst, int dstStep);
+/// 16-bit signed to 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiDCT8x8InvLSClip_16s8u_C1R(const Zop16s pSrc[64], Zop8u* pDst, int dstStep,
+    Zop16s addVal, Zop8u clipDown, Zop8u clipUp);
+/// @}
+
 #ifdef __cplusplus
 }
 #endif
