@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 #include <random>
 #include <string>
 #include <vector>
@@ -529,25 +530,36 @@ std::vector<Zop8u> noise(ZopImageSize size) {
 }
 
 // Destinations that no cache holds, whose rows start at any address.
+template <class T>
+using Resize = ZopStatus (*)(const T*, ZopImageSize, int, ZopImageRect, T*, int, ZopImageSize, Zop64f, Zop64f,
+                             int);
+
+// Destinations that are stored past the caches, with a gap of a sample between their rows.
+template <class T>
+void enlarge(ZopImageSize size, Resize<T> function) {
+  const ZopImageSize large = {7 * size.width, 8 * size.height};
+  const std::ptrdiff_t pitch = large.width + 1;
+  const int step = static_cast<int>(pitch * static_cast<std::ptrdiff_t>(sizeof(T)));
+  std::vector<T> picture(static_cast<std::size_t>(size.width) * size.height), out(pitch * large.height, 7);
+  std::iota(picture.begin(), picture.end(), T{0});
+  ASSERT_EQ(zopStatusOk,
+            function(picture.data(), size, size.width * static_cast<int>(sizeof(T)),
+                     {0, 0, size.width, size.height}, out.data(), step, large, 7, 8, zopInterNearest));
+  for (int y = 0; y < large.height; ++y) {
+    const T* row = &out[y * pitch];
+    int wrong = row[large.width] != 7;
+    for (int x = 0; x < large.width; ++x) wrong += row[x] != picture[y / 8 * size.width + x / 7];
+    ASSERT_EQ(0, wrong) << "row " << y;
+  }
+}
 TEST(Resize, LargeDestinations) {
-  constexpr ZopImageSize kImage = {700, 600}, kLarge = {4900, 4800};
-  const auto picture = noise(kImage);
-  sweep::onEveryTarget([&] {
-    std::vector<Zop8u> out(static_cast<std::size_t>(kLarge.width + 1) * kLarge.height, 7);
-    ASSERT_EQ(zopStatusOk,
-              zopiResize_8u_C1R(picture.data(), kImage, kImage.width, {0, 0, kImage.width, kImage.height},
-                                out.data(), kLarge.width + 1, kLarge, 7, 8, zopInterNearest));
-    for (int y = 0; y < kLarge.height; ++y) {
-      const Zop8u* row = &out[static_cast<std::size_t>(y) * (kLarge.width + 1)];
-      int wrong = row[kLarge.width] != 7;
-      for (int x = 0; x < kLarge.width; ++x) wrong += row[x] != picture[y / 8 * kImage.width + x / 7];
-      ASSERT_EQ(0, wrong) << y;
-    }
+  sweep::onEveryTarget([] {
+    enlarge<Zop8u>({700, 600}, zopiResize_8u_C1R);
+    enlarge<Zop16u>({700, 300}, zopiResize_16u_C1R);
+    enlarge<Zop32f>({700, 150}, zopiResize_32f_C1R);
   });
 }
 
-// Distances that sums of doubles hold exactly, so that a position does not depend on where it is counted
-// from.
 TEST(ResizeShift, TilesMakeTheWhole) {
   constexpr ZopImageSize kImage = {64, 48}, kWhole = {126, 94};
   const auto picture = noise(kImage);

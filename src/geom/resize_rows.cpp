@@ -790,9 +790,10 @@ HWY_EXPORT(resizeTableOfTarget);
 
 const ResizeTable& resizeTable() { return *HWY_DYNAMIC_DISPATCH(resizeTableOfTarget)(); }
 
-// For each sample: windows of up to 4 bytes with their places, weights or factors, and one, two or four rows.
+// For each sample: windows of up to 4 bytes and 5/16 of that for their places, weights or factors of up to 24
+// bytes, and one row of samples, or two or four of up to double precision.
 std::ptrdiff_t resizeScratchBytes(std::ptrdiff_t samples, int interpolation) {
-  const std::ptrdiff_t each = interpolation == zopInterNearest  ? 6
+  const std::ptrdiff_t each = interpolation == zopInterNearest  ? 10
                               : interpolation == zopInterLinear ? 32
                                                                 : 64;
   return (samples + 64) * each + 1024;
