@@ -529,12 +529,11 @@ std::vector<Zop8u> noise(ZopImageSize size) {
   return picture;
 }
 
-// Destinations that no cache holds, whose rows start at any address.
 template <class T>
 using Resize = ZopStatus (*)(const T*, ZopImageSize, int, ZopImageRect, T*, int, ZopImageSize, Zop64f, Zop64f,
                              int);
 
-// Destinations that are stored past the caches, with a gap of a sample between their rows.
+// Destinations that no cache holds, whose rows start at any address.
 template <class T>
 void enlarge(ZopImageSize size, Resize<T> function) {
   const ZopImageSize large = {7 * size.width, 8 * size.height};
