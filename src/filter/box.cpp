@@ -101,10 +101,7 @@ ZopStatus throughRing(Image<T> image, ZopImageSize size, int delay, const Comput
   const auto write = [&](std::ptrdiff_t row) {
     const Image<const T> from = {slot(row), 0};
     const Image<T> to = image.from(row);
-    if constexpr (Layout::colours < Layout::channels)
-      copyColours(from, to, ZopImageSize{size.width, 1});
-    else
-      copyPixels<Layout>(from, to, ZopImageSize{size.width, 1});
+    copyWritten<Layout>(from, to, ZopImageSize{size.width, 1});
   };
   const std::ptrdiff_t computed = std::max<std::ptrdiff_t>(2 * std::ptrdiff_t{delay} + 1, size.height);
   for (std::ptrdiff_t i = 0; i < computed; ++i) {

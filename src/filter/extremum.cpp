@@ -14,10 +14,7 @@ template <class Layout, class T>
 ZopStatus extremum(Extremum extremum, Image<const T> src, Image<T> dst, ZopImageSize size, ZopImageSize mask,
                    ZopImagePoint anchor) {
   if (mask.width == 1 && mask.height == 1) {
-    if constexpr (Layout::colours < Layout::channels)
-      return copyColours(src, dst, size);
-    else
-      return copyPixels<Layout>(src, dst, size);
+    return copyWritten<Layout>(src, dst, size);
   }
   const ExtremumTable& table = extremumTable();
   const ExtremumRows<T>& rows = (extremum == kFilterMin ? table.minimum : table.maximum).template of<T>();

@@ -102,10 +102,7 @@ ZopStatus median(Image<const T> src, Image<T> dst, ZopImageSize size, ZopImageSi
       const MedianRows<T>& rows = medianTable().of<T>();
       return medianOfSquare<Layout>(mask.width == 3 ? rows.of3x3 : rows.of5x5, centre, dst, size);
     }
-    if constexpr (Layout::colours < Layout::channels)
-      return copyColours(src, dst, size);
-    else
-      return copyPixels<Layout>(src, dst, size);
+    return copyWritten<Layout>(src, dst, size);
   }
   if (few && mask.height == 1) return medianOfRow<Layout>(centre, dst, size, mask.width);
   if (few && mask.width == 1) return medianOfColumn<Layout>(centre, dst, size, mask.height);

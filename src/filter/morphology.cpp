@@ -146,10 +146,7 @@ ZopStatus throughRing(Image<T> image, int width, std::ptrdiff_t rows, std::ptrdi
       const Image<const T> from = ring.from(slot);
       const Image<T> to = image.from(written);
       const ZopImageSize part = {width, static_cast<int>(count)};
-      if constexpr (Layout::colours < Layout::channels)
-        copyColours(from, to, part);
-      else
-        copyPixels<Layout>(from, to, part);
+      copyWritten<Layout>(from, to, part);
       written += count;
     }
   };

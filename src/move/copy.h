@@ -26,4 +26,13 @@ ZopStatus copyColours(Image<const T> src, Image<T> dst, ZopImageSize size) {
   return zopStatusOk;
 }
 
+// What a form of this layout writes: whole pixels, or only their colours.
+template <class Layout, class T>
+ZopStatus copyWritten(Image<const T> src, Image<T> dst, ZopImageSize size) {
+  if constexpr (Layout::colours < Layout::channels)
+    return copyColours(src, dst, size);
+  else
+    return copyPixels<Layout>(src, dst, size);
+}
+
 }  // namespace zopi

@@ -219,14 +219,13 @@ ZopStatus transform(Direction direction, Image<const Zop32fc> src, Image<Zop32fc
 template <class Layout, class Transform>
 void transformEnds(const ZopFFTSpec_R_32f& spec, Transform transform, float scale, Image<float> image,
                    float* buffer) {
-  const int ends = spec.width() > 1 ? 2 : 1;
-  const std::ptrdiff_t apart = std::ptrdiff_t{spec.width() - 1} * Layout::channels;
+  const std::ptrdiff_t last = std::ptrdiff_t{spec.width() - 1} * Layout::channels;
   for (int c = 0; c < Layout::colours; ++c) {
-    transform(spec.ends, scale, {image.at + c, image.step, 0}, {image.at + c, image.step, 0}, 1, buffer);
-    if (ends == 2) {
-      float* last = image.at + c + apart;
-      transform(spec.ends, scale, {last, image.step, 0}, {last, image.step, 0}, 1, buffer);
-    }
+    const auto column = [&](float* at) {
+      transform(spec.ends, scale, {at, image.step, 0}, {at, image.step, 0}, 1, buffer);
+    };
+    column(image.at + c);
+    if (last > 0) column(image.at + c + last);
   }
 }
 
@@ -260,10 +259,7 @@ void fromPack(const ZopFFTSpec_R_32f& spec, Image<const float> src, Image<float>
   if (spec.orderY > 0) {
     if (src.at != dst.at) {
       const ZopImageSize size = {spec.width(), spec.height()};
-      if constexpr (Layout::colours < Layout::channels)
-        copyColours(src, dst, size);
-      else
-        copyPixels<Layout>(src, dst, size);
+      copyWritten<Layout>(src, dst, size);
     }
     packed = dst;
     transformEnds<Layout>(spec, rows.fromPack, spec.scaleY.inverse, dst, buffer);

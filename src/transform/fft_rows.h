@@ -27,8 +27,7 @@ struct ComplexColumns {
   int channels;             // of them, those that are transformed
 };
 
-// Up to so many points a transform works on the stack. Longer ones take scratch memory: 16 bytes for each
-// real sample or complex point of a row, and 64 bytes for each point of a column, 32 of them a second time.
+// Transforms of up to 2^10 complex points work on the stack, longer ones in scratch memory of the caller's.
 inline constexpr int kFftStackOrder = 10;
 
 struct FftRows {
