@@ -178,10 +178,6 @@ const std::vector<OwnCheck> kOwnChecks = {
      [](const Argument&) { return std::vector<Value>{13, 33, 55, 30, 0, -31, INT32_MIN}; }},
     {"checkColumnCode(maskCode)", "maskCode", zopStatusBadMaskSize,
      [](const Argument&) { return std::vector<Value>{31, 33, 55, 14, 0, -13, INT32_MAX}; }},
-    {"checkMaskSize(maskSize)", "maskSize", zopStatusBadMaskSize,
-     [](const Argument&) {
-       return std::vector<Value>{ZopImageSize{0, 5}, ZopImageSize{4, 0}, ZopImageSize{-4, -5}};
-     }},
     {"checkOddMask(maskSize)", "maskSize", zopStatusBadMaskSize,
      [](const Argument&) {
        return std::vector<Value>{ZopImageSize{4, 3}, ZopImageSize{3, 2}, ZopImageSize{0, 5},
