@@ -1,4 +1,5 @@
 // Transforms.
+#include <map>
 #include <string>
 
 #include "harness.h"
@@ -21,10 +22,21 @@ void addFourier(const std::string& name, int channels, int order,
                 ZopStatus (*function)(const T*, int, T*, int, const Spec*, Zop8u*)) {
   const int side = 1 << order, pixelBytes = channels * static_cast<int>(sizeof(T));
   bench::addAt({{side, side}}, name, {pixelBytes}, {pixelBytes}, [=](const Frame& f) {
-    static Spec* const spec[] = {newContext(init, 6), newContext(init, 8), newContext(init, 9),
-                                 newContext(init, 10)};
-    function(f.source<T>(0), f.sourceStep(0), f.destination<T>(), f.destinationStep(),
-             spec[order == 6 ? 0 : order - 7], nullptr);
+    static std::map<int, Spec*> specs;
+    Spec*& spec = specs[order];
+    if (spec == nullptr) spec = newContext(init, order);
+    function(f.source<T>(0), f.sourceStep(0), f.destination<T>(), f.destinationStep(), spec, nullptr);
+  });
+}
+
+template <class T, class... P>
+void addProduct(const std::string& name, int channels,
+                ZopStatus (*function)(const T*, int, const T*, int, T*, int, ZopImageSize, P...),
+                P... parameters) {
+  const int pixelBytes = channels * static_cast<int>(sizeof(T));
+  bench::add(name, {pixelBytes, pixelBytes}, {pixelBytes}, [=](const Frame& f) {
+    function(f.source<T>(0), f.sourceStep(0), f.source<T>(1), f.sourceStep(1), f.destination<T>(),
+             f.destinationStep(), f.size, parameters...);
   });
 }
 
@@ -46,6 +58,14 @@ const bool registered = [] {
   addFourier("zopiFFTFwd_RToPack_32f_C3R", 3, 9, zopiFFTInitAlloc_R_32f, zopiFFTFwd_RToPack_32f_C3R);
   addBlocks("zopiDCT8x8Fwd_16s_C1", zopiDCT8x8Fwd_16s_C1);
   addBlocks("zopiDCT8x8Inv_16s_C1", zopiDCT8x8Inv_16s_C1);
+  addProduct("zopiMulPack_32f_C1R", 1, zopiMulPack_32f_C1R);
+  addProduct("zopiMulPack_32f_C3R", 3, zopiMulPack_32f_C3R);
+  addProduct("zopiMulPack_16s_C1RSfs/scale4", 1, zopiMulPack_16s_C1RSfs, 4);
+  addProduct("zopiMulPack_32s_C1RSfs/scale4", 1, zopiMulPack_32s_C1RSfs, 4);
+  bench::add("zopiPackToCplxExtend_32f32fc_C1R", {4}, {8}, [](const Frame& f) {
+    zopiPackToCplxExtend_32f32fc_C1R(f.source<Zop32f>(0), f.size, f.sourceStep(0), f.destination<Zop32fc>(),
+                                     f.destinationStep());
+  });
   return true;
 }();
 

@@ -298,6 +298,152 @@ ZOPI_API ZopStatus zopiDCT8x8InvLSClip_16s8u_C1R(const Zop16s pSrc[64], Zop8u* p
     Zop16s addVal, Zop8u clipDown, Zop8u clipUp);
 /// @}
 
+/// @name Products of packed spectra
+///
+/// Multiplies two images in the packed order of `zopiFFTFwd_RToPack`, number by number of the spectra that
+/// they hold. The region is the whole image, and its sides may have any length. Channels are independent, and
+/// `AC4` leaves the fourth sample of the destination alone. With a + ib of the first image and c + id of the
+/// second one, or of `pSrcDst`:
+///
+/// - `MulPack`: (ac - bd) + i(bc + ad)
+///
+/// - `MulPackConj`: (ac + bd) + i(bc - ad), the product with the conjugate of the second number. An image
+///   with itself gives its power spectrum.
+///
+/// Numbers that are real by symmetry are multiplied as such. `32f`: exact products, one sum in double
+/// precision, rounded to float. Integers: the exact sum, multiplied by 2^-`scaleFactor` and saturated. Where
+/// `scaleFactor` is above 0, real parts are rounded down, and imaginary parts to nearest with halves up.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: Results are multiplied by 2 to the power of minus this number. Any value is valid.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadStep (-14) if a step is below 1, @ref zopStatusBadSize (-6) if a width or height is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiMulPack_16s_C1RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiMulPack_16s_C3RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiMulPack_16s_C4RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMulPack_16s_AC4RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, one channel.
+ZOPI_API ZopStatus zopiMulPack_32s_C1RSfs(const Zop32s* pSrc1, int src1Step, const Zop32s* pSrc2,
+    int src2Step, Zop32s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, three channels.
+ZOPI_API ZopStatus zopiMulPack_32s_C3RSfs(const Zop32s* pSrc1, int src1Step, const Zop32s* pSrc2,
+    int src2Step, Zop32s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, four channels.
+ZOPI_API ZopStatus zopiMulPack_32s_C4RSfs(const Zop32s* pSrc1, int src1Step, const Zop32s* pSrc2,
+    int src2Step, Zop32s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMulPack_32s_AC4RSfs(const Zop32s* pSrc1, int src1Step, const Zop32s* pSrc2,
+    int src2Step, Zop32s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiMulPack_16s_C1IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiMulPack_16s_C3IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, four channels, in place.
+ZOPI_API ZopStatus zopiMulPack_16s_C4IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiMulPack_16s_AC4IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiMulPack_32s_C1IRSfs(const Zop32s* pSrc, int srcStep, Zop32s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiMulPack_32s_C3IRSfs(const Zop32s* pSrc, int srcStep, Zop32s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, four channels, in place.
+ZOPI_API ZopStatus zopiMulPack_32s_C4IRSfs(const Zop32s* pSrc, int srcStep, Zop32s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiMulPack_32s_AC4IRSfs(const Zop32s* pSrc, int srcStep, Zop32s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiMulPack_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiMulPack_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiMulPack_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMulPack_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiMulPack_32f_C1IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiMulPack_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiMulPack_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiMulPack_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiMulPackConj_32f_C1IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiMulPackConj_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiMulPackConj_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiMulPackConj_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize);
+/// @}
+
+/// @name Spectra without packing
+///
+/// Writes the whole spectrum F(u, v) of a real image from the packed half of it: F(W - u, H - v) is the
+/// conjugate of F(u, v). Of `32s` the negative of the lowest integer is the largest one. Source and
+/// destination must not overlap.
+///
+/// - `pSrc`, `srcSize`, `srcStep`: First pixel of the source image, its width and height in pixels, and the
+///   distance in bytes from one of its rows to the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision to single-precision complex, one channel.
+ZOPI_API ZopStatus zopiPackToCplxExtend_32f32fc_C1R(const Zop32f* pSrc, ZopImageSize srcSize, int srcStep,
+    Zop32fc* pDst, int dstStep);
+/// 32-bit signed to 32-bit complex, one channel.
+ZOPI_API ZopStatus zopiPackToCplxExtend_32s32sc_C1R(const Zop32s* pSrc, ZopImageSize srcSize, int srcStep,
+    Zop32sc* pDst, int dstStep);
+/// @}
+
 #ifdef __cplusplus
 }
 #endif
