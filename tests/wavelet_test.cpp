@@ -245,31 +245,28 @@ void compareInverse() {
       Picture y(size, kChannels, before, behind, 8, random), xy(size, kChannels, before, behind, 2, random);
       Picture* const src[] = {&approx, &x, &y, &xy};
       Picture out({2 * size.width, 2 * size.height}, kChannels, 0, 0, 4, random);
-      const auto column = [&](Picture& lows, Picture& highs, int sample, int row) {
-        bool first = true;
-        Zop32f sum = 0;
-        const auto add = [&](const Filter& filter, Picture& picture) {
-          for (const auto [tap, at] : met(filter, row)) {
-            const double product = tap * picture.get(sample, at);
-            sum = static_cast<Zop32f>(first ? product : sum + product);
-            first = false;
+      // The sums down the columns for a row of the image, borders included.
+      const auto rowOf = [&](Picture& lows, Picture& highs, int row) {
+        std::vector<Zop32f> sums((before + size.width + behind) * kChannels, -0.0f);
+        for (const auto& [filter, picture] : {std::pair{&low, &lows}, std::pair{&high, &highs}}) {
+          for (const auto [tap, at] : met(*filter, row)) {
+            for (int i = 0; i < static_cast<int>(sums.size()); ++i)
+              sums[i] = static_cast<Zop32f>(sums[i] + tap * picture->get(i - before * kChannels, at));
           }
-        };
-        add(low, lows);
-        add(high, highs);
-        return sum;
+        }
+        return sums;
       };
       std::vector<Zop32f> samples;
       for (int r = 0; r < 2 * size.height; ++r) {
-        for (int i = 0; i < 2 * size.width * kChannels; ++i) {
-          double sum = 0;
-          for (const auto [tap, at] : met(low, i / kChannels))
-            sum += tap * column(approx, x, at * kChannels + i % kChannels, r);
-          const auto first = static_cast<Zop32f>(sum);
-          sum = 0;
-          for (const auto [tap, at] : met(high, i / kChannels))
-            sum += tap * column(y, xy, at * kChannels + i % kChannels, r);
-          samples.push_back(static_cast<Zop32f>(first + sum));
+        const std::vector<Zop32f> lows = rowOf(approx, x, r), highs = rowOf(y, xy, r);
+        for (int pixel = 0; pixel < 2 * size.width; ++pixel) {
+          const std::vector<Met> lowTaps = met(low, pixel), highTaps = met(high, pixel);
+          for (int c = 0; c < kChannels; ++c) {
+            double lowSum = 0, highSum = 0;
+            for (const auto [tap, at] : lowTaps) lowSum += tap * lows[(before + at) * kChannels + c];
+            for (const auto [tap, at] : highTaps) highSum += tap * highs[(before + at) * kChannels + c];
+            samples.push_back(static_cast<Zop32f>(static_cast<Zop32f>(lowSum) + highSum));
+          }
         }
       }
       const std::vector<unsigned char> expected = out.with(samples);

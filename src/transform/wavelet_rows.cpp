@@ -36,6 +36,11 @@ struct Sums {
     low = hn::MulAdd(factor, samples.low, low);
     high = hn::MulAdd(factor, samples.high, high);
   }
+  HWY_INLINE void round() {
+    const hn::Half<D> dh;
+    low = hn::PromoteTo(Doubles(), hn::DemoteTo(dh, low));
+    high = hn::PromoteTo(Doubles(), hn::DemoteTo(dh, high));
+  }
   HWY_INLINE hn::Vec<D> rounded() const {
     const hn::Half<D> dh;
     return hn::Combine(D(), hn::DemoteTo(dh, high), hn::DemoteTo(dh, low));
@@ -53,20 +58,37 @@ Sweep sweepOf(const WaveletFilter& filter, Image<const Zop32f> src, std::ptrdiff
   return {filter, {src.row(top) + sample, src.step}};
 }
 
-// n sums down the columns from sample `from` on, rounded to float after each row.
+// kCount vectors of sums down the columns, rounded to float after each row.
+template <int kCount, class Part, class... S>
+HWY_INLINE void sweepVectors(std::ptrdiff_t from, Part part, Zop32f* out, const S&... sweeps) {
+  // What a sum with the first product leaves as it is.
+  Sums columns[kCount];
+  for (Sums& column : columns) column = Sums(hn::Set(D(), -0.0f));
+  const auto over = [&](const Sweep& sweep) HWY_ATTR {
+    for (int k = 0; k < sweep.filter.count; ++k) {
+      const Zop32f* const row = sweep.top.row(k) + from;
+#pragma GCC unroll 4
+      for (int v = 0; v < kCount; ++v) {
+        columns[v].add(sweep.filter.taps[k], loadPart(D(), row + v * N, part));
+        columns[v].round();
+      }
+    }
+  };
+  (over(sweeps), ...);
+#pragma GCC unroll 4
+  for (int v = 0; v < kCount; ++v) storePart(D(), columns[v].rounded(), out + v * N, part);
+}
+
+// n of them from sample `from` on.
 template <class... S>
 HWY_INLINE void sweepColumns(std::ptrdiff_t from, std::ptrdiff_t n, Zop32f* out, const S&... sweeps) {
-  forVectors(D(), n, [&](std::ptrdiff_t i, auto part) HWY_ATTR {
-    auto column = hn::Set(D(), -0.0f);  // which a sum with the first product leaves as it is
-    const auto over = [&](const Sweep& sweep) HWY_ATTR {
-      for (int k = 0; k < sweep.filter.count; ++k) {
-        Sums sums(column);
-        sums.add(sweep.filter.taps[k], loadPart(D(), sweep.top.row(k) + from + i, part));
-        column = sums.rounded();
-      }
-    };
-    (over(sweeps), ...);
-    storePart(D(), column, out + i, part);
+  constexpr std::integral_constant<std::ptrdiff_t, N> whole;
+  std::ptrdiff_t i = 0;
+  for (; i + 2 * N <= n; i += 2 * N) sweepVectors<2>(from + i, whole, out + i, sweeps...);
+  if (i == n) return;
+  const std::ptrdiff_t rest = std::min(n, std::max(n - i, N));
+  forVectors(D(), rest, [&](std::ptrdiff_t at, auto part) HWY_ATTR {
+    sweepVectors<1>(from + n - rest + at, part, out + n - rest + at, sweeps...);
   });
 }
 
