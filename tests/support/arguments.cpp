@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "zopi/color.h"
 #include "zopi/geom.h"
 #include "zopi/transform.h"
 
@@ -72,6 +73,9 @@ Value goodParameter(const Function& function, const Argument& argument) {
   if (name == "divisor") return 3;
   if (name == "xFactor" || name == "yFactor" || name == "xFr" || name == "yFr") return 1.0;
   if (name == "interpolation") return zopInterLinear;
+  if (name == "levelCount") return 2;
+  if (name == "ditherType") return static_cast<int>(zopDitherStucki);
+  if (name == "noise") return 50;
   if (name == "srcSize") return ZopImageSize{5, 3};
   if (name == "srcRoi") return ZopImageRect{0, 0, 5, 3};
   if (name == "pFFTSpec") return fourierContext(function);
