@@ -37,7 +37,7 @@ Value fourierContext(const Function& function) {
   if (name.find("32s") != std::string::npos) return contextFrom(zopiFFTInitAlloc_R_32s);
   return contextFrom(zopiFFTInitAlloc_R_32f);
 }
-int bufferBytes;
+thread_local int bufferBytes;
 
 // A context with filters of two and three taps, of the kind that a function takes.
 template <class State>
@@ -56,7 +56,7 @@ Value waveletContext(const Function& function) {
     return ofC1 ? contextFrom(zopiWTFwdInitAlloc_32f_C1R) : contextFrom(zopiWTFwdInitAlloc_32f_C3R);
   return ofC1 ? contextFrom(zopiWTInvInitAlloc_32f_C1R) : contextFrom(zopiWTInvInitAlloc_32f_C3R);
 }
-Zop8u waveletBuffer[1 << 14];
+thread_local Zop8u waveletBuffer[1 << 14];
 
 bool ofWavelets(const Function& function) { return std::strncmp(function.operation, "WT", 2) == 0; }
 
@@ -134,6 +134,12 @@ Arguments::Arguments(const Function& function, ZopImageSize size)
       values.push_back(parameters[i]);
     }
   }
+}
+
+std::vector<std::vector<unsigned char>> Arguments::bytes() const {
+  std::vector<std::vector<unsigned char>> result;
+  for (const auto& region : memory_) result.push_back(region->bytes());
+  return result;
 }
 
 bool Arguments::untouched() const {
