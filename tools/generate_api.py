@@ -105,7 +105,7 @@ class Argument:
         words = text.split()
         self.kind, *own = words[0].split(":")
         self.function = name
-        self.name = "roiSize" if words == ["roi"] else words[-1]
+        self.name = "roiSize" if words == ["roi"] else words[-1].partition("[")[0]
         if self.kind not in ("src", "dst", "inout", "mask", "constant", "result", "roi", "whole"):
             self.kind, self.declaration = "value", text
         type_, layout = name.source if self.kind in ("src", "whole", "inout", "constant", "result") else name.destination

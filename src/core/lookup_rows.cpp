@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/colours-inl.h"
 #include "core/pixelwise-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -45,6 +46,20 @@ struct Lookup {
   }
 };
 
+// A table for each colour.
+template <int kColours>
+struct ColourLookup {
+  const Zop8u* tables;
+
+  template <class D, class V>
+  HWY_INLINE void operator()(D d, V* v) const {
+#pragma GCC unroll 4
+    for (int c = 0; c < kColours; ++c) v[c] = Lookup(tables + 256 * c)(d, v[c]);
+  }
+};
+template <class Layout>
+constexpr auto bytesOfLayout = pixelRows<ColourLookup<Layout::colours>, Layout, Layout, Zop8u, const Zop8u*>;
+
 // One by one: a gather is no faster where it exists. Rows may start at any byte.
 HWY_INLINE Zop16u lookUpWord(const Zop16u* table, const Zop16u* at) {
   Zop16u word;
@@ -80,7 +95,11 @@ void wordRowsKeeping(const Pattern<Zop16u>& written, Image<const Zop16u> a, Imag
   }
 }
 
-constexpr LookupTable kTable = {unaryRows<Lookup, Zop8u, const Zop8u*>(), {wordRows, wordRowsKeeping}};
+constexpr LookupTable kTable = {unaryRows<Lookup, Zop8u, const Zop8u*>(),
+                                {wordRows, wordRowsKeeping},
+                                bytesOfLayout<C3>,
+                                bytesOfLayout<C4>,
+                                bytesOfLayout<AC4>};
 
 }  // namespace
 
