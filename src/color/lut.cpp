@@ -14,13 +14,13 @@
 namespace zopi {
 namespace {
 
-ZopStatus checkLevelCount(int count) { return count < 2 ? zopStatusBadLutLevels : zopStatusOk; }
+ZopStatus checkPointCount(int count) { return count < 2 ? zopStatusBadLutLevels : zopStatusOk; }
 
 template <class Layout, class L>
 ZopStatus checkCurves(const L* const* values, const L* const* levels, const int* levelCounts) {
   for (int c = 0; c < Layout::colours; ++c) {
     if (values[c] == nullptr || levels[c] == nullptr) return zopStatusNullPointer;
-    if (ZopStatus bad = checkLevelCount(levelCounts[c])) return bad;
+    if (ZopStatus bad = checkPointCount(levelCounts[c])) return bad;
   }
   return zopStatusOk;
 }

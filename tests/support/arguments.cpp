@@ -6,6 +6,7 @@
 #include <string>
 
 #include "zopi/geom.h"
+#include "zopi/stats.h"
 #include "zopi/transform.h"
 
 namespace registry {
@@ -38,6 +39,48 @@ Value fourierContext(const Function& function) {
 }
 int bufferBytes;
 
+// A state that holds moments of three channels, of the kind that a function takes.
+template <class Init, class Compute>
+void* stateFrom(Init init, Compute compute) {
+  static ZopMomentState* const state = [=] {
+    ZopMomentState* made = nullptr;
+    const Zop8u pixel[3] = {1, 2, 3};
+    init(&made, 0);
+    compute(pixel, 3, {1, 1}, made);
+    return made;
+  }();
+  return state;
+}
+Value momentState(const Function& function) {
+  const bool integers = std::string(function.name).find("64s") != std::string::npos;
+  return integers ? stateFrom(zopiMomentInitAlloc_64s, zopiMoments64s_8u_C3R)
+                  : stateFrom(zopiMomentInitAlloc_64f, zopiMoments64f_8u_C3R);
+}
+
+// Five points of a curve or levels of a histogram, the same ones for every channel, and memory for counts.
+constexpr int kLevels = 5;
+Zop32s levels[kLevels] = {0, 10, 20, 90, 100};
+Zop32f numberLevels[kLevels] = {0, 10, 20, 90, 100};
+Zop32s counts[kLevels];
+template <class T>
+Value forEachChannel(const Function& function, T* one) {
+  static T* all[4] = {one, one, one, one};
+  return function.sourceLayout == std::string("C1") ? one : static_cast<void*>(all);
+}
+Value forEachChannel(const Function& function, int number) {
+  static int all[3][4] = {{0, 0, 0, 0}, {5, 5, 5, 5}, {100, 100, 100, 100}};
+  if (function.sourceLayout == std::string("C1")) return number;
+  return static_cast<void*>(all[number / kLevels > 1 ? 2 : number / kLevels]);
+}
+Value levelParameter(const Function& function, const std::string& name) {
+  if (name == "nLevels") return forEachChannel(function, kLevels);
+  if (name == "lowerLevel") return forEachChannel(function, 0);
+  if (name == "upperLevel") return forEachChannel(function, 100);
+  if (name == "pHist") return forEachChannel(function, counts);
+  if (function.sourceType == std::string("32f")) return forEachChannel(function, numberLevels);
+  return forEachChannel(function, levels);
+}
+
 Value goodParameter(const Function& function, const Argument& argument) {
   const std::string operation = function.operation, name = argument.name;
   if (name == "vMax") return 1.0f;  // vMin is 0
@@ -55,6 +98,8 @@ Value goodParameter(const Function& function, const Argument& argument) {
   if (name == "srcRoi") return ZopImageRect{0, 0, 5, 3};
   if (name == "pFFTSpec") return fourierContext(function);
   if (name == "pBufSize") return &bufferBytes;
+  if (name == "pState") return momentState(function);
+  if (operation.starts_with("Histogram") || operation == "LUT") return levelParameter(function, name);
   return {};
 }
 
