@@ -40,21 +40,21 @@ Value fourierContext(const Function& function) {
 int bufferBytes;
 
 // A state that holds moments of three channels, of the kind that a function takes.
-template <class Init, class Compute>
-void* stateFrom(Init init, Compute compute) {
-  static ZopMomentState* const state = [=] {
+template <auto kInit, auto kCompute>
+void* stateFrom() {
+  static ZopMomentState* const state = [] {
     ZopMomentState* made = nullptr;
     const Zop8u pixel[3] = {1, 2, 3};
-    init(&made, 0);
-    compute(pixel, 3, {1, 1}, made);
+    kInit(&made, 0);
+    kCompute(pixel, 3, {1, 1}, made);
     return made;
   }();
   return state;
 }
 Value momentState(const Function& function) {
   const bool integers = std::string(function.name).find("64s") != std::string::npos;
-  return integers ? stateFrom(zopiMomentInitAlloc_64s, zopiMoments64s_8u_C3R)
-                  : stateFrom(zopiMomentInitAlloc_64f, zopiMoments64f_8u_C3R);
+  return integers ? stateFrom<zopiMomentInitAlloc_64s, zopiMoments64s_8u_C3R>()
+                  : stateFrom<zopiMomentInitAlloc_64f, zopiMoments64f_8u_C3R>();
 }
 
 // Five points of a curve or levels of a histogram, the same ones for every channel, and memory for counts.
