@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "core/colours-inl.h"
 #include "core/pixelwise-inl.h"
@@ -49,12 +50,18 @@ struct Lookup {
 // A table for each colour.
 template <int kColours>
 struct ColourLookup {
-  const Zop8u* tables;
+  Lookup colours[kColours];
+
+  HWY_INLINE explicit ColourLookup(const Zop8u* tables)
+      : ColourLookup(tables, std::make_index_sequence<kColours>()) {}
+  template <std::size_t... C>
+  HWY_INLINE ColourLookup(const Zop8u* tables, std::index_sequence<C...>)
+      : colours{Lookup(tables + 256 * C)...} {}
 
   template <class D, class V>
   HWY_INLINE void operator()(D d, V* v) const {
 #pragma GCC unroll 4
-    for (int c = 0; c < kColours; ++c) v[c] = Lookup(tables + 256 * c)(d, v[c]);
+    for (int c = 0; c < kColours; ++c) v[c] = colours[c](d, v[c]);
   }
 };
 template <class Layout>

@@ -1,6 +1,7 @@
 // Histograms. Bytes are counted one by one, and bins made from these counts. Words and numbers are compared
 // with all levels, or search their bin, or words are counted one by one, too, in a table. All on the calling
 // thread.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -28,9 +29,14 @@ void clear(Zop32s* bins, int levelCount) { std::memset(bins, 0, (levelCount - 1)
 // Makes bins of how many samples are below each level.
 template <class Below>
 void fillBins(Zop32s* bins, Levels<Zop32s> levels, const Below& below) {
+  Zop32s from = levels.at[0];
+  std::uint32_t belowFrom = below(from);
   for (int k = 0; k + 1 < levels.count; ++k) {
-    const Zop32s from = levels.at[k], to = levels.at[k + 1];
-    bins[k] = from < to ? static_cast<Zop32s>(below(to) - below(from)) : 0;
+    const Zop32s to = levels.at[k + 1];
+    const std::uint32_t belowTo = below(to);
+    bins[k] = from < to ? static_cast<Zop32s>(belowTo - belowFrom) : 0;
+    from = to;
+    belowFrom = belowTo;
   }
 }
 
@@ -50,30 +56,34 @@ void sumUp(std::uint32_t* counts, int samples) {
 // counters of their own.
 template <class Layout>
 class ByteCounts {
-  static constexpr int kNeighbours = Layout::channels == 1 ? 4 : 2;
+  static constexpr int kNeighbours = Layout::channels == 1 ? 4 : 2, kTogether = 2 * kNeighbours;
   std::uint32_t counts_[kNeighbours][Layout::colours][257] = {};
 
  public:
   void add(const Zop8u* at, std::ptrdiff_t pixels) {
-    for (; pixels >= kNeighbours; pixels -= kNeighbours, at += kNeighbours * Layout::channels) add(at);
+    for (; pixels >= kTogether; pixels -= kTogether, at += kTogether * Layout::channels) {
+#pragma GCC unroll 8
+      for (int i = 0; i < kTogether; ++i) addPixel(i % kNeighbours, at + i * Layout::channels);
+    }
     for (; pixels > 0; --pixels, at += Layout::channels) addPixel(0, at);
   }
 
   // Of a channel, how many are below each byte.
   const std::uint32_t* below(int c) {
     std::uint32_t* sums = counts_[0][c];
+    std::uint32_t below = 0;
     for (int i = 0; i < 256; ++i) {
-      for (int n = 1; n < kNeighbours; ++n) sums[i] += counts_[n][c][i];
+      std::uint32_t equal = 0;
+#pragma GCC unroll 4
+      for (int n = 0; n < kNeighbours; ++n) equal += counts_[n][c][i];
+      sums[i] = below;
+      below += equal;
     }
-    sumUp(sums, 256);
+    sums[256] = below;
     return sums;
   }
 
  private:
-  void add(const Zop8u* at) {
-#pragma GCC unroll 4
-    for (int n = 0; n < kNeighbours; ++n) addPixel(n, at + n * Layout::channels);
-  }
   void addPixel(int neighbour, const Zop8u* pixel) {
 #pragma GCC unroll 4
     for (int c = 0; c < Layout::colours; ++c) ++counts_[neighbour][c][pixel[c]];
@@ -246,11 +256,10 @@ struct EvenLevels {
   EvenLevels(int lower, int upper, int bins) : width((upper - lower) / bins), wider((upper - lower) % bins) {}
 
   void fill(Zop32s* levels, int count, int lower) const {
-    levels[0] = lower;
-    for (int k = 1; k < count; ++k) {
-      const int more = width >= 0 ? k <= wider : -static_cast<int>(k <= -wider);
-      levels[k] = levels[k - 1] + width + more;
-    }
+    const int more = width < 0 ? -1 : 1, wide = std::max(more * wider, 0);
+    int level = levels[0] = lower;
+    for (int k = 1; k <= wide; ++k) levels[k] = level += width + more;
+    for (int k = wide + 1; k < count; ++k) levels[k] = level += width;
   }
 };
 
