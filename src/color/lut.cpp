@@ -160,12 +160,7 @@ struct Segment {
   T operator()(int x) const { return end - begin == 1 ? first : piece(x); }
 };
 
-template <class T>
-bool holdsSamples(const Curve<T>& curve, int k) {
-  return clipped<T>(curve.levels.at[k]) < clipped<T>(curve.levels.at[k + 1]);
-}
-
-// The place of a sample in a table: that of its bits.
+// A sample stands in a table at the place that its bits say.
 template <class T>
 std::size_t place(int x) {
   return static_cast<std::make_unsigned_t<T>>(x);
@@ -173,12 +168,18 @@ std::size_t place(int x) {
 
 template <class Kind, class T>
 void makeTable(const Curve<T>& curve, T* table) {
-  for (int x = SampleRange<T>::lowest; x < SampleRange<T>::end; ++x) table[place<T>(x)] = static_cast<T>(x);
+  for (int i = 0; i < SampleRange<T>::end - SampleRange<T>::lowest; ++i) table[i] = static_cast<T>(i);
   withKind<Kind>(curve, [&](auto kind) {
+    int end = clipped<T>(curve.levels.at[0]);
     for (int k = 0; k + 1 < curve.levels.count; ++k) {
-      if (!holdsSamples(curve, k)) continue;
-      const Segment<decltype(kind), T> segment(curve, k);
-      for (int x = segment.begin; x < segment.end; ++x) table[place<T>(x)] = segment(x);
+      const int begin = end;
+      end = clipped<T>(curve.levels.at[k + 1]);
+      if (end - begin == 1) {
+        table[place<T>(begin)] = saturated<T>(curve.values[k]);
+      } else if (begin < end) {
+        const typename decltype(kind)::template Piece<T> piece(curve, k);
+        for (int x = begin; x < end; ++x) table[place<T>(x)] = piece(x);
+      }
     }
   });
 }
@@ -248,12 +249,12 @@ void lookUp(Image<const Zop16s> src, Image<Zop16s> dst, ZopImageSize size, const
     const Zop16s* from = src.row(y);
     Zop16s* to = dst.row(y);
     for (int x = 0; x < size.width; ++x, from += Layout::channels, to += Layout::channels) {
-      Zop16u pixel[Layout::colours];
-      std::memcpy(pixel, from, sizeof pixel);
-      Zop16s out[Layout::colours];
 #pragma GCC unroll 4
-      for (int c = 0; c < Layout::colours; ++c) out[c] = tables[c * kWords + pixel[c]];
-      std::memcpy(to, out, sizeof out);
+      for (int c = 0; c < Layout::colours; ++c) {
+        Zop16u sample;
+        std::memcpy(&sample, from + c, sizeof sample);  // rows may stand at any address
+        std::memcpy(to + c, tables + c * kWords + sample, sizeof sample);
+      }
     }
   }
 }
@@ -280,7 +281,6 @@ ZopStatus mapped(Image<const Zop16s> src, Image<Zop16s> dst, ZopImageSize size,
 // Finds for each number of a piece the first segment that holds it, or -1.
 void findSegments(Levels<Zop32f> levels, bool increasing, const Zop32f* samples, std::ptrdiff_t count,
                   Zop32s* segments) {
-  const auto& rows = levelTable().of<Zop32f>();
   const int last = levels.count - 1;
   if (!increasing) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -290,11 +290,7 @@ void findSegments(Levels<Zop32f> levels, bool increasing, const Zop32f* samples,
     }
     return;
   }
-  if (levels.count <= rows.few) {
-    rows.reached(samples, count, levels, segments);
-  } else {
-    for (std::ptrdiff_t i = 0; i < count; ++i) segments[i] = levels.reachedBy(samples[i]);
-  }
+  levelTable().of<Zop32f>().reached(samples, count, levels, segments);
   for (std::ptrdiff_t i = 0; i < count; ++i) segments[i] = segments[i] <= last ? segments[i] - 1 : -1;
 }
 

@@ -161,11 +161,13 @@ struct ChannelBins {
 
   // Levels that increase: each sample seeks its bin, or few levels are compared after all.
   void search() const {
-    if (levels.count <= levelTable().of<T>().few) return compare();
-    forPieces([this](const T* piece, std::ptrdiff_t n) {
+    const auto& rows = levelTable().of<T>();
+    if (levels.count < rows.many) return compare();
+    Zop32s reached[kLevelPiece];
+    forPieces([&](const T* piece, std::ptrdiff_t n) {
+      rows.reached(piece, n, levels, reached);
       for (std::ptrdiff_t i = 0; i < n; ++i) {
-        const int reached = levels.reachedBy(piece[i]);
-        if (reached > 0 && reached < levels.count) ++bins[reached - 1];
+        if (reached[i] > 0 && reached[i] < levels.count) ++bins[reached[i] - 1];
       }
     });
   }
@@ -188,7 +190,7 @@ struct ChannelBins {
 
   // Bins of one width: a division finds the bin. The samples must be `width` times the number of bins.
   void divide(int lowerLevel, int width) const {
-    if (levels.count <= levelTable().of<T>().few) return compare();
+    if (levels.count < levelTable().of<T>().many) return compare();
     const auto range = static_cast<std::uint32_t>(width) * (levels.count - 1);
     const double reciprocal = 1.0 / width;
     forPieces([&](const T* piece, std::ptrdiff_t n) {

@@ -46,7 +46,8 @@ struct Levels {
     int reached = 0;
     for (int rest = count; rest > 0;) {
       const int half = (rest + 1) / 2;
-      reached += sample >= at[reached + half - 1] ? half : 0;
+      const int isReached = sample >= at[reached + half - 1];
+      reached += half & -isReached;  // no branch: nobody can tell which way a search goes
       rest -= half;
     }
     return reached;

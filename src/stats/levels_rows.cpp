@@ -93,23 +93,47 @@ int countReached(const T* samples, std::ptrdiff_t count, Levels<Level<T>> levels
   return 0;
 }
 
-void reachedLevels(const Zop32f* samples, std::ptrdiff_t count, Levels<Zop32f> levels, Zop32s* reached) {
-  const Tag<Zop32f> d;
-  const Tag<int32_t> dc;
-  for (std::ptrdiff_t i = 0; i < count; i += kLanes<Tag<Zop32f>>) {
-    const auto v = hn::LoadU(d, samples + i);
-    auto sum = hn::Zero(dc);
-    for (int k = 0; k < levels.count; ++k) sum = hn::Sub(sum, minusReached(d, v, bound(d, levels.at[k])));
-    hn::StoreU(sum, dc, reached + i);
+// The same for any words, whose levels have no number below them to be compared with.
+template <class V>
+HWY_INLINE hn::Vec<Tag<int32_t>> minusReached(Tag<int32_t> d, V v, V level) {
+  return hn::Not(hn::VecFromMask(d, hn::Gt(level, v)));
+}
+
+// With fewer levels, to compare all of them is faster than a search in all lanes at once, which gathers them.
+template <class T>
+constexpr int kMany = 12 * static_cast<int>(kLanes<Tag<Level<T>>>);
+
+template <class T>
+void reachedLevels(const T* samples, std::ptrdiff_t count, Levels<Level<T>> levels, Zop32s* reached) {
+  using L = Level<T>;
+  const Tag<L> d;
+  const Tag<int32_t> di;
+  for (std::ptrdiff_t i = 0; i < count; i += kLanes<Tag<L>>) {
+    const auto v = [&]() HWY_ATTR {
+      if constexpr (std::is_same_v<T, L>)
+        return hn::LoadU(d, samples + i);
+      else
+        return hn::PromoteTo(d, hn::LoadU(hn::Rebind<T, Tag<L>>(), samples + i));
+    }();
+    auto sum = hn::Zero(di);
+    if (levels.count < kMany<T>) {
+      for (int k = 0; k < levels.count; ++k) sum = hn::Sub(sum, minusReached(d, v, hn::Set(d, levels.at[k])));
+    } else {
+      for (int rest = levels.count; rest > 0;) {
+        const int half = (rest + 1) / 2;
+        const auto level = hn::GatherIndex(d, levels.at + (half - 1), sum);
+        sum = hn::Add(sum, hn::And(minusReached(d, v, level), hn::Set(di, half)));
+        rest -= half;
+      }
+    }
+    hn::StoreU(sum, di, reached + i);
   }
 }
 
-// A search takes about as long as the comparisons of eight vectors of levels.
 template <class T>
-constexpr int kFew = 8 * static_cast<int>(kLanes<Tag<T>>);
+constexpr LevelRows<T> kRows = {countReached<T>, reachedLevels<T>, kMany<T>};
 
-constexpr LevelTable kTable = {{countReached<Zop16s>, nullptr, kFew<Zop16s>},
-                               {countReached<Zop32f>, reachedLevels, kFew<Zop32f>}};
+constexpr LevelTable kTable = {kRows<Zop16s>, kRows<Zop32f>};
 
 }  // namespace
 

@@ -1,4 +1,4 @@
-// Samples and levels compared with each other, all with all: for few levels, this is faster than a search.
+// How many samples have reached a level, and how many levels a sample has reached.
 #pragma once
 
 #include <cstddef>
@@ -16,10 +16,11 @@ struct LevelRows {
   // Adds to counts[k] how many samples have reached level k, for all levels but the last, for which the sum
   // is given back.
   int (*countReached)(const T* samples, std::ptrdiff_t count, Levels<Level<T>> levels, Zop32s* counts);
-  // Sets reached[i] to how many of the levels sample i has reached, for a whole piece.
+  // Sets reached[i] to how many of the levels, which increase, sample i has reached, for a whole piece.
   void (*reached)(const T* samples, std::ptrdiff_t count, Levels<Level<T>> levels, Zop32s* reached);
-  // Up to how many levels this is faster.
-  int few;
+  // From how many levels on it is faster to find the last one that a sample has reached than to count them
+  // all.
+  int many;
 };
 
 using LevelTable = RowTable<LevelRows, Zop16s, Zop32f>;
