@@ -525,7 +525,7 @@ Image curved(const Image& picture) {
   return tile;
 }
 
-// A cross at the centroid of the light, and about it the box whose sides are four times the deviations.
+// A cross at the centroid of the light, and about it the box whose sides are twice the deviations.
 Image withCentroid(const Image& picture) {
   Image tile = copyOf(picture);
   const Image luma = newGrayImage(picture.size);
@@ -541,8 +541,7 @@ Image withCentroid(const Image& picture) {
   check(zopiGetCentralMoment_64f(state, 0, 2, 0, &mu02));
   check(zopiMomentFree_64f(state));
   const int x = static_cast<int>(m10 / m00), y = static_cast<int>(m01 / m00);
-  const int dx = static_cast<int>(2 * std::sqrt(mu20 / m00)),
-            dy = static_cast<int>(2 * std::sqrt(mu02 / m00));
+  const int dx = static_cast<int>(std::sqrt(mu20 / m00)), dy = static_cast<int>(std::sqrt(mu02 / m00));
   const auto bar = [&tile](int left, int top, int right, int bottom) {
     const Zop8u yellow[3] = {255, 220, 0};
     left = std::clamp(left, 0, tile.size.width - 1), right = std::clamp(right, left + 1, tile.size.width);
