@@ -8,6 +8,7 @@
 
 #include "core/lookup_rows.h"
 #include "core/memory.h"
+#include "move/copy.h"
 #include "stats/levels_rows.h"
 #include "zopi/status.h"
 
@@ -306,8 +307,7 @@ void mapNumbers(Image<const Zop32f> src, Image<Zop32f> dst, ZopImageSize size, L
       const std::ptrdiff_t n = std::min(kLevelPiece, size.width - x);
       const Zop32f* from = src.row(y) + x * Layout::channels;
       Zop32f* to = dst.row(y) + x * Layout::channels;
-      for (std::ptrdiff_t i = 0; i < n; ++i)
-        std::memcpy(samples + i, from + i * Layout::channels, sizeof(Zop32f));
+      gatherChannel<Layout>(from, samples, n);
       findSegments(levels, increasing, samples, n, segments);
       for (std::ptrdiff_t i = 0; i < n; ++i) {
         const Zop32f sample = segments[i] < 0 ? samples[i] : pieces(segments[i])(samples[i]);

@@ -7,6 +7,7 @@
 
 #include "core/memory.h"
 #include "core/walk.h"
+#include "move/copy.h"
 #include "stats/levels_rows.h"
 #include "zopi/status.h"
 
@@ -118,13 +119,7 @@ void forPieces(Image<const T> src, ZopImageSize size, int channel, const Take& t
         for (int y = 0; y < e.rows; ++y) {
           for (std::ptrdiff_t x = 0; x < e.length; x += kLevelPiece) {
             const std::ptrdiff_t n = std::min(kLevelPiece, e.length - x);
-            const T* from = band.row(y) + x * Layout::channels;
-            if constexpr (Layout::channels == 1) {
-              std::memcpy(piece, from, n * sizeof(T));
-            } else {
-              for (std::ptrdiff_t i = 0; i < n; ++i)
-                std::memcpy(piece + i, from + i * Layout::channels, sizeof(T));
-            }
+            gatherChannel<Layout>(band.row(y) + x * Layout::channels, piece, n);
             take(piece, n);
           }
         }

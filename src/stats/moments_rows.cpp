@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "core/row_shapes-inl.h"
+#include "move/copy_rows.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zopi {
@@ -156,11 +157,10 @@ void sumsOfBytes(Image<const Zop8u> channel, int stride, Extent e, RowSums* sums
       const std::ptrdiff_t n = std::min(BlockSums::kPixels, e.length - from);
       const int count = static_cast<int>((n + BlockSums::N - 1) / BlockSums::N);
       const Zop8u* at = channel.row(y) + from * stride;
-      if (stride == 1) {
+      if (stride == 1)
         std::memcpy(samples, at, n);
-      } else {
-        for (std::ptrdiff_t i = 0; i < n; ++i) samples[i] = at[i * stride];
-      }
+      else
+        copyTable().of<std::uint8_t>().extract[stride]({at, 0}, {samples, 0}, {n, 1});
       std::memset(samples + n, 0, count * BlockSums::N - n);
       std::int64_t s[4];
       blocks.add(samples, count, s);
