@@ -56,6 +56,11 @@ std::vector<Value> tooHigh(const Argument& argument) {
   return {argument.role == Role::Constant ? Value(static_cast<void*>(array)) : sample};
 }
 
+std::vector<Value> noContext(const Argument&) {
+  static Zop32s other[64];
+  return {static_cast<void*>(other)};
+}
+
 std::vector<Value> unknownAlphaTypes(const Argument&) { return {12, -1, INT32_MAX, INT32_MIN}; }
 
 // Orders of channels of which one entry is none.
@@ -107,10 +112,6 @@ constexpr char kInterpolationOrMeans[] = "checkInterpolation(interpolation,xFact
 std::vector<Value> unknownInterpolations(const Argument&) { return {0, 3, 5, 8, 16, INT32_MIN}; }
 std::vector<Value> neverInterpolations(const Argument&) { return {0, 3, 5, 16, INT32_MIN}; }
 
-std::vector<Value> otherContext(const Argument&) {
-  static Zop32s other[100];
-  return {static_cast<void*>(other)};
-}
 std::vector<Value> badOrders(const Argument&) { return {-1, 4, INT32_MAX, INT32_MIN}; }
 
 // Arrays of levels for each channel, and their counts.
@@ -190,6 +191,14 @@ const std::vector<OwnCheck> kOwnChecks = {
      }},
     {"checkMaskCode(maskCode)", "maskCode", zopStatusBadMaskSize,
      [](const Argument&) { return std::vector<Value>{34, 53, 0, -33, 15, INT32_MAX}; }},
+    {"checkNoise(noise,ditherType)", "noise", zopStatusBadNoise,
+     [](const Argument&) {
+       return std::vector<Value>{-1, 101, INT32_MIN};
+     }},
+    {"checkLevels(levelCount,ditherType)", "levelCount", zopStatusBadLevels,
+     [](const Argument&) {
+       return std::vector<Value>{1, 257, INT32_MAX};
+     }},
     {"checkRowCode(maskCode)", "maskCode", zopStatusBadMaskSize,
      [](const Argument&) { return std::vector<Value>{13, 33, 55, 30, 0, -31, INT32_MIN}; }},
     {"checkColumnCode(maskCode)", "maskCode", zopStatusBadMaskSize,
@@ -209,10 +218,10 @@ const std::vector<OwnCheck> kOwnChecks = {
      [](const Argument&) {
        return std::vector<Value>{0.0f, -1e-45f, -HUGE_VALF};
      }},
-    {"checkContext(pFFTSpec)", "pFFTSpec", zopStatusBadContext, otherContext},
+    {"checkContext(pFFTSpec)", "pFFTSpec", zopStatusBadContext, noContext},
     {"checkPointers(pState)", "pState", zopStatusNullPointer, nothing},
-    {"checkKind<Zop64f>(pState)", "pState", zopStatusBadContext, otherContext},
-    {"checkKind<Zop64s>(pState)", "pState", zopStatusBadContext, otherContext},
+    {"checkKind<Zop64f>(pState)", "pState", zopStatusBadContext, noContext},
+    {"checkKind<Zop64s>(pState)", "pState", zopStatusBadContext, noContext},
     {"checkOrders(mOrd,nOrd)", "mOrd", zopStatusBadSize, badOrders},
     {"checkOrders(mOrd,nOrd)", "nOrd", zopStatusBadSize, badOrders},
     {"checkChannel(pState,channel)", "channel", zopStatusBadMomentChannel,
@@ -239,6 +248,7 @@ const std::vector<OwnCheck> kOwnChecks = {
     {kOuterOfCurves, "pLevels", zopStatusNullPointer, nothing},
     {kOuterOfCurves, "nLevels", zopStatusNullPointer, nothing},
     {"checkCurves<@L>(pValues,pLevels,nLevels)", "nLevels", zopStatusBadLutLevels, oneLevelSomewhere},
+    {"checkContext(pState)", "pState", zopStatusBadContext, noContext},
     {"checkThresholds(thresholdLT,thresholdGT)", "thresholdLT", zopStatusBadThresholds, tooHigh},
     {"checkAlphaType(alphaType)", "alphaType", zopStatusBadAlphaType, unknownAlphaTypes},
 };
