@@ -7,6 +7,7 @@ packages=(
   g++ clang libomp-dev cmake ninja-build ccache pkg-config   # the build
   libhwy-dev                                                 # the library
   libgtest-dev libbenchmark-dev python3 clang-format         # tests, benchmarks and checks
+  dpkg-dev doxygen                                           # packages and the reference
   libpng-dev libtiff-dev libfreetype-dev fonts-dejavu-core   # the examples
 )
 # The Debian package whose test pictures include a photograph; it is unpacked, not installed.

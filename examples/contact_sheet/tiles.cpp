@@ -585,8 +585,9 @@ Image subbands(const Image& picture) {
     check(zopiAddC_32f_C3IR(gray, detail, step, half));
   }
   Image tile = copyOf(picture);
+  constexpr int kToNearest = 1;
   check(zopiConvert_32f8u_C3R(approx, step, tile.data(), tile.step, {2 * half.width, 2 * half.height},
-                              zopRoundNear));
+                              kToNearest));
   return tile;
 }
 
