@@ -53,6 +53,8 @@ Value goodParameter(const Function& function, const Argument& argument) {
   if (name == "interpolation") return zopInterLinear;
   if (name == "srcSize") return ZopImageSize{5, 3};
   if (name == "srcRoi") return ZopImageRect{0, 0, 5, 3};
+  // As many places as the image has pixels, whatever the function takes for a place.
+  if (name == "src2Size" || name == "tplRoiSize") return ZopImageSize{1, 1};
   if (name == "pFFTSpec") return fourierContext(function);
   if (name == "pBufSize") return &bufferBytes;
   return {};

@@ -1,0 +1,129 @@
+// Calls of functions that bring two images of different size together: each image between unmapped pages, its
+// samples as doubles.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "support/guarded.h"
+#include "support/registry.h"
+
+namespace two_images {
+
+class Picture {
+ public:
+  Picture(ZopImageSize size, const std::string& type, const std::string& layout, int padding, bool atEnd,
+          std::mt19937& random)
+      : size_(size),
+        type_(type),
+        channels_(layout == "AC4" ? 4 : layout[1] - '0'),
+        colours_(layout == "AC4" ? 3 : channels_),
+        bytes_(type == "8u" || type == "8s" ? 1
+               : type == "16s"              ? 2
+                                            : 4),
+        region_(size.height, std::ptrdiff_t{size.width} * channels_ * bytes_,
+                size.width * channels_ * bytes_ + padding, {atEnd, 0}, random) {}
+
+  ZopImageSize size() const { return size_; }
+  int colours() const { return colours_; }
+  void* data() { return region_.at(); }
+  int step() const { return region_.step(); }
+
+  double get(int x, int y, int c) {
+    return type_ == "8u"    ? read<Zop8u>(x, y, c)
+           : type_ == "8s"  ? read<Zop8s>(x, y, c)
+           : type_ == "16s" ? read<Zop16s>(x, y, c)
+                            : double{read<Zop32f>(x, y, c)};
+  }
+  void set(int x, int y, int c, double value) {
+    if (type_ == "8u") return write(x, y, c, static_cast<Zop8u>(value));
+    if (type_ == "8s") return write(x, y, c, static_cast<Zop8s>(value));
+    if (type_ == "16s") return write(x, y, c, static_cast<Zop16s>(value));
+    write(x, y, c, static_cast<Zop32f>(value));
+  }
+  // Sets every sample, alpha included.
+  void fill(const std::function<double()>& sample) {
+    for (int y = 0; y < size_.height; ++y) {
+      for (int x = 0; x < size_.width; ++x) {
+        for (int c = 0; c < channels_; ++c) set(x, y, c, sample());
+      }
+    }
+  }
+
+  std::vector<unsigned char> bytes() const { return region_.bytes(); }
+  // Whether all that is no colour of a pixel is as it was.
+  bool keepsTheRest(std::vector<unsigned char> before) {
+    for (int y = 0; y < size_.height; ++y) {
+      for (int x = 0; x < size_.width; ++x) {
+        std::memcpy(region_.in(before) + offset(x, y, 0), region_.at() + offset(x, y, 0), colours_ * bytes_);
+      }
+    }
+    return region_.equals(before);
+  }
+
+ private:
+  std::ptrdiff_t offset(int x, int y, int c) const {
+    return std::ptrdiff_t{y} * region_.step() + (std::ptrdiff_t{x} * channels_ + c) * bytes_;
+  }
+  template <class T>
+  T read(int x, int y, int c) {
+    T value;
+    std::memcpy(&value, region_.at() + offset(x, y, c), sizeof value);
+    return value;
+  }
+  template <class T>
+  void write(int x, int y, int c, T value) {
+    std::memcpy(region_.at() + offset(x, y, c), &value, sizeof value);
+  }
+
+  ZopImageSize size_;
+  std::string type_;
+  int channels_, colours_, bytes_;
+  guarded::Region region_;
+};
+
+struct Call {
+  const registry::Function& function;
+  Picture a, b, out;
+
+  // Odd sizes of `a` put gaps between rows.
+  Call(const registry::Function& f, ZopImageSize aSize, ZopImageSize bSize, ZopImageSize outSize,
+       std::mt19937& random)
+      : function(f),
+        a(aSize, f.sourceType, f.sourceLayout, aSize.width % 2 * 4, aSize.height % 2 == 0, random),
+        b(bSize, f.sourceType, f.sourceLayout, aSize.width % 2 * 8, bSize.height % 2 == 0, random),
+        out(outSize, f.destinationType, f.sourceLayout, aSize.width % 2 * 12, aSize.height % 2 == 0, random) {
+  }
+
+  // The last argument is a divisor or a scale factor, of functions that have one.
+  ZopStatus run(int parameter = 0) {
+    const std::vector<unsigned char> before = out.bytes(), aBefore = a.bytes(), bBefore = b.bytes();
+    const registry::Value values[] = {a.data(), a.step(),   a.size(),   b.data(), b.step(),
+                                      b.size(), out.data(), out.step(), parameter};
+    const ZopStatus status = function.invoke(values);
+    EXPECT_TRUE(out.keepsTheRest(before)) << function.name;
+    EXPECT_TRUE(a.bytes() == aBefore && b.bytes() == bBefore) << function.name;
+    return status;
+  }
+};
+
+// Transforms of single precision are right up to about 2^-24 of what their samples hold together, for each of
+// their passes with another sign.
+inline double transformBound(double energyOfA, double energyOfB) {
+  return 6e-7 * std::sqrt(energyOfA * energyOfB);
+}
+
+inline double energyOf(Picture& picture, int c) {
+  double energy = 0;
+  for (int y = 0; y < picture.size().height; ++y) {
+    for (int x = 0; x < picture.size().width; ++x) energy += picture.get(x, y, c) * picture.get(x, y, c);
+  }
+  return energy;
+}
+
+}  // namespace two_images
