@@ -14,44 +14,45 @@
 namespace {
 
 using two_images::Call;
+using two_images::Channel;
 using two_images::Picture;
 
 enum class Route { kAsTheyStand, kFilter, kFilterRows, kTransform };
 
 // The images of a call in their order, and where its results lie in the full convolution.
 struct Ordered {
-  Picture &large, &small;
+  Channel large, small;
   int left, top;
 };
-Ordered ordered(Call& call, bool full) {
+Ordered ordered(Call& call, bool full, int c) {
   const ZopImageSize a = call.a.size(), b = call.b.size();
   const bool swapped = a.width < b.width || (!full && a.height < b.height);
   Picture &large = swapped ? call.b : call.a, &small = swapped ? call.a : call.b;
-  return {large, small, full ? 0 : small.size().width - 1, full ? 0 : small.size().height - 1};
+  return {{large, c}, {small, c}, full ? 0 : small.size().width - 1, full ? 0 : small.size().height - 1};
 }
 
 // Goes through the products of a result, row by row of the small image, from its first or its last one.
 template <class F>
-void forProducts(const Ordered& o, int x, int y, int c, bool lastRowFirst, bool lastColumnFirst, const F& f) {
-  const ZopImageSize large = o.large.size(), small = o.small.size();
+void forProducts(const Ordered& o, int x, int y, bool lastRowFirst, bool lastColumnFirst, const F& f) {
+  const ZopImageSize large = o.large.size, small = o.small.size;
   for (int r = 0; r < small.height; ++r) {
     const int j = lastRowFirst ? small.height - 1 - r : r, from = y + o.top - j;
     if (from < 0 || from >= large.height) continue;
     for (int s = 0; s < small.width; ++s) {
       const int i = lastColumnFirst ? small.width - 1 - s : s, at = x + o.left - i;
-      if (at >= 0 && at < large.width) f(j, o.small.get(i, j, c), o.large.get(at, from, c));
+      if (at >= 0 && at < large.width) f(j, o.small.at(i, j), o.large.at(at, from));
     }
   }
 }
 
-double exactSum(const Ordered& o, int x, int y, int c) {
+double exactSum(const Ordered& o, int x, int y) {
   double sum = 0;
-  forProducts(o, x, y, c, false, false, [&](int, double b, double a) { sum += a * b; });
+  forProducts(o, x, y, false, false, [&](int, double b, double a) { sum += a * b; });
   return sum;
 }
-std::int32_t wrappedSum(const Ordered& o, int x, int y, int c) {
+std::int32_t wrappedSum(const Ordered& o, int x, int y) {
   std::uint32_t sum = 0;
-  forProducts(o, x, y, c, false, false, [&](int, double b, double a) {
+  forProducts(o, x, y, false, false, [&](int, double b, double a) {
     sum += static_cast<std::uint32_t>(static_cast<std::int64_t>(a * b));
   });
   return static_cast<std::int32_t>(sum);
@@ -66,22 +67,22 @@ Range rangeOf(const std::string& type) { return type == "8u" ? Range{0, 255} : R
 float reciprocal(int divisor) { return static_cast<float>(1.0 / divisor); }
 
 // Sums as they stand, one addition at a time in single precision, or in integers.
-double asTheyStand(const Ordered& o, const std::string& type, int x, int y, int c, int divisor) {
+double asTheyStand(const Ordered& o, const std::string& type, int x, int y, int divisor) {
   if (type == "32f") {
     float sum = 0;
-    forProducts(o, x, y, c, false, false,
+    forProducts(o, x, y, false, false,
                 [&](int, double b, double a) { sum = static_cast<float>(sum + a * b); });
     return sum;
   }
   const Range range = rangeOf(type);
-  const double v = wrappedSum(o, x, y, c) * double{reciprocal(divisor)};
+  const double v = wrappedSum(o, x, y) * double{reciprocal(divisor)};
   return v > range.greatest ? range.greatest : v <= range.least ? range.least : std::trunc(v + 0.5);
 }
 
-double filtered(const Ordered& o, const std::string& type, int x, int y, int c, int divisor) {
+double filtered(const Ordered& o, const std::string& type, int x, int y, int divisor) {
   double sum = 0;
   const float f = reciprocal(divisor);
-  forProducts(o, x, y, c, true, true, [&](int, double b, double a) {
+  forProducts(o, x, y, true, true, [&](int, double b, double a) {
     sum += a * (type == "16s" ? double{static_cast<float>(b) * f} : b);
   });
   if (type == "32f") return static_cast<float>(sum);
@@ -93,11 +94,11 @@ double filtered(const Ordered& o, const std::string& type, int x, int y, int c, 
   return range.held(std::nearbyint(sum * f));
 }
 
-double filteredByRows(const Ordered& o, const std::string& type, int x, int y, int c, int divisor) {
+double filteredByRows(const Ordered& o, const std::string& type, int x, int y, int divisor) {
   double product = 0;
   float sum = 0;
-  int row = o.small.size().height - 1;
-  forProducts(o, x, y, c, true, true, [&](int j, double b, double a) {
+  int row = o.small.size.height - 1;
+  forProducts(o, x, y, true, true, [&](int j, double b, double a) {
     if (j != row) {
       sum += static_cast<float>(product);
       product = 0;
@@ -110,16 +111,16 @@ double filteredByRows(const Ordered& o, const std::string& type, int x, int y, i
 }
 
 void expectResults(Call& call, bool full, Route route, int divisor) {
-  const Ordered o = ordered(call, full);
   const std::string type = call.function.sourceType;
   const Range range = rangeOf(type);
   for (int c = 0; c < call.out.colours(); ++c) {
-    const double bound = two_images::transformBound(energyOf(o.large, c), energyOf(o.small, c));
+    const Ordered o = ordered(call, full, c);
+    const double bound = two_images::transformBound(o.large.energy(), o.small.energy());
     for (int y = 0; y < call.out.size().height; ++y) {
       for (int x = 0; x < call.out.size().width; ++x) {
         const double got = call.out.get(x, y, c);
         if (route == Route::kTransform) {
-          const double sum = exactSum(o, x, y, c), f = reciprocal(divisor);
+          const double sum = exactSum(o, x, y), f = reciprocal(divisor);
           if (type == "32f") {
             ASSERT_NEAR(sum, got, bound + 1e-7 * std::abs(sum))
                 << call.function.name << " at " << x << ", " << y;
@@ -132,7 +133,7 @@ void expectResults(Call& call, bool full, Route route, int divisor) {
           const auto reference = route == Route::kAsTheyStand ? asTheyStand
                                  : route == Route::kFilter    ? filtered
                                                               : filteredByRows;
-          ASSERT_EQ(reference(o, type, x, y, c, divisor), got)
+          ASSERT_EQ(reference(o, type, x, y, divisor), got)
               << call.function.name << " at " << x << ", " << y << ", channel " << c;
         }
       }

@@ -14,6 +14,7 @@
 namespace {
 
 using two_images::Call;
+using two_images::Channel;
 using two_images::Picture;
 
 enum class Measure { kCorrelation, kLevelCorrelation, kDistance };
@@ -34,15 +35,10 @@ struct Template {
   double norm, mean, energy, scale;
   float floor, replacement, factor, levelEnergy, reciprocal, squares;
 };
-Template templateOf(Picture& t, int c, Measure measure, int scaleFactor) {
-  double sum = 0, squares = 0;
-  for (int y = 0; y < t.size().height; ++y) {
-    for (int x = 0; x < t.size().width; ++x) {
-      sum += t.get(x, y, c);
-      squares += t.get(x, y, c) * t.get(x, y, c);
-    }
-  }
-  const double n = t.size().width * t.size().height, norm = std::sqrt(squares), mean = sum / n;
+Template templateOf(const Channel& t, Measure measure, int scaleFactor) {
+  const double sum = std::accumulate(t.samples.begin(), t.samples.end(), 0.0), squares = t.energy();
+  const auto n = static_cast<double>(t.samples.size());
+  const double norm = std::sqrt(squares), mean = sum / n;
   const double s = std::ldexp(1.0, scaleFactor), smallest = std::numeric_limits<float>::min();
   const bool isZero = measure == Measure::kDistance ? norm <= smallest : norm < smallest;
   const double guarded = isZero ? 1.0 : norm;
@@ -62,14 +58,14 @@ Template templateOf(Picture& t, int c, Measure measure, int scaleFactor) {
 struct Window {
   double product = 0, sum = 0, squares = 0;
 };
-Window windowAt(Call& call, int left, int top, int c, double mean) {
+Window windowAt(const Channel& image, const Channel& small, int left, int top, double mean) {
   Window w;
-  for (int j = 0; j < call.b.size().height; ++j) {
-    for (int i = 0; i < call.b.size().width; ++i) {
+  for (int j = 0; j < small.size.height; ++j) {
+    for (int i = 0; i < small.size.width; ++i) {
       const int x = left + i, y = top + j;
-      if (x < 0 || y < 0 || x >= call.a.size().width || y >= call.a.size().height) continue;
-      const double f = call.a.get(x, y, c);
-      w.product += f * (call.b.get(i, j, c) - mean);
+      if (x < 0 || y < 0 || x >= image.size.width || y >= image.size.height) continue;
+      const double f = image.at(x, y);
+      w.product += f * (small.at(i, j) - mean);
       w.sum += f;
       w.squares += f * f;
     }
@@ -100,14 +96,15 @@ void expectResults(Call& call, Measure measure, int scaleFactor) {
   const Geometry g = geometryOf(call.function.operation, call.a.size(), call.b.size());
   const bool bytes = std::string(call.function.destinationType) == "8u";
   for (int c = 0; c < call.out.colours(); ++c) {
-    const Template t = templateOf(call.b, c, measure, scaleFactor);
+    const Channel image(call.a, c), small(call.b, c);
+    const Template t = templateOf(small, measure, scaleFactor);
     const double mean = measure == Measure::kLevelCorrelation ? static_cast<float>(t.mean) : 0.0;
-    const double n = call.b.size().width * call.b.size().height;
+    const auto n = static_cast<double>(small.samples.size());
     const double off =
-        two_images::transformBound(energyOf(call.a, c), t.energy - 2 * mean * t.mean * n + mean * mean * n);
+        two_images::transformBound(image.energy(), t.energy - 2 * mean * t.mean * n + mean * mean * n);
     for (int y = 0; y < g.out.height; ++y) {
       for (int x = 0; x < g.out.width; ++x) {
-        const Quotient q = quotientOf(windowAt(call, x + g.left, y + g.top, c, mean), t, measure, off);
+        const Quotient q = quotientOf(windowAt(image, small, x + g.left, y + g.top, mean), t, measure, off);
         const double low = (q.numerator - q.off) / q.denominator,
                      high = (q.numerator + q.off) / q.denominator;
         const double got = call.out.get(x, y, c), slack = 2e-7 * std::abs(high);
@@ -125,10 +122,14 @@ struct Case {
   ZopImageSize image, small;
 };
 const std::vector<Case> kCases = {
-    {{1, 1}, {1, 1}},    {{5, 4}, {5, 4}},     {{9, 7}, {3, 2}},
-    {{40, 9}, {4, 9}},   {{33, 30}, {17, 16}},  // Same and Valid have less places than a tile has samples,
-                                                // but no room
-    {{90, 33}, {11, 5}}, {{20, 150}, {7, 33}},
+    {{1, 1}, {1, 1}},
+    {{5, 4}, {5, 4}},
+    {{9, 7}, {3, 2}},
+    {{40, 9}, {4, 9}},
+    {{33, 30}, {17, 16}},  // Same and Valid have less places than a tile has samples,
+                           // but no room
+    {{90, 33}, {11, 5}},
+    {{20, 150}, {7, 33}},
 };
 
 // Whole numbers, of which sums are exact in any type. One channel of numbers is much larger than the others;

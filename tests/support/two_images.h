@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <functional>
+#include <numeric>
 #include <random>
 #include <string>
 #include <vector>
@@ -118,12 +120,18 @@ inline double transformBound(double energyOfA, double energyOfB) {
   return 6e-7 * std::sqrt(energyOfA * energyOfB);
 }
 
-inline double energyOf(Picture& picture, int c) {
-  double energy = 0;
-  for (int y = 0; y < picture.size().height; ++y) {
-    for (int x = 0; x < picture.size().width; ++x) energy += picture.get(x, y, c) * picture.get(x, y, c);
+// One channel of a picture, for references that go through it many times.
+struct Channel {
+  ZopImageSize size;
+  std::vector<double> samples;
+
+  Channel(Picture& picture, int c) : size(picture.size()) {
+    for (int y = 0; y < size.height; ++y) {
+      for (int x = 0; x < size.width; ++x) samples.push_back(picture.get(x, y, c));
+    }
   }
-  return energy;
-}
+  double at(int x, int y) const { return samples[static_cast<std::size_t>(y) * size.width + x]; }
+  double energy() const { return std::inner_product(samples.begin(), samples.end(), samples.begin(), 0.0); }
+};
 
 }  // namespace two_images
