@@ -227,6 +227,7 @@ struct ByTransform {
 
   Convolution<Layout, T> call;
   Image<const T> image;
+  ZopImageSize smallSize() const { return call.smallSize; }
 
   // Results of integers are made in a plane where they have to be parted.
   static std::ptrdiff_t planeStep(const Tiling& tiling) {

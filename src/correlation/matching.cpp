@@ -103,12 +103,14 @@ struct Matching {
   static constexpr Product kProduct = Product::kCorrelation;
 
   Image<const S> image, small;
-  ZopImageSize smallSize;
+  ZopImageSize templateSize;
   Image<T> out;
   const Statistics* statistics;
   double scale;
 
-  Windows windows(ZopImageSize places, ZopImageSize tile) const { return {smallSize, places, tile}; }
+  Windows windows(ZopImageSize places, ZopImageSize tile) const { return {templateSize, places, tile}; }
+
+  ZopImageSize smallSize() const { return templateSize; }
 
   // Sums of squares, sums, working memory, and results of interleaved images before they are parted.
   struct Parts {
@@ -126,12 +128,12 @@ struct Matching {
   }
 
   void putSmall(int c, Image<float> tile, unsigned char* row) const {
-    takeNumbers<Layout>(channelOf<Layout>(small, c), tile, smallSize, row);
+    takeNumbers<Layout>(channelOf<Layout>(small, c), tile, templateSize, row);
     if constexpr (Measure::kLevels) {
       const auto mean = static_cast<float>(statistics[c].mean);
-      for (int y = 0; y < smallSize.height; ++y) {
+      for (int y = 0; y < templateSize.height; ++y) {
         float* samples = tile.row(y);
-        for (int x = 0; x < smallSize.width; ++x) samples[x] -= mean;
+        for (int x = 0; x < templateSize.width; ++x) samples[x] -= mean;
       }
     }
   }

@@ -13,7 +13,7 @@
 #include "correlation/channel.h"
 #include "filter/window.h"
 #include "move/set.h"
-#include "transform/packed_products.h"
+#include "transform/tile_filter.h"
 #include "zopi/transform.h"
 
 namespace zopi {
@@ -55,12 +55,21 @@ struct Tiling {
 
   int count() const { return x.count() * y.count(); }
   // In memory a row has a few samples more: rows a power of two apart would share few lines of the caches.
-  std::ptrdiff_t step() const { return ((std::ptrdiff_t{1} << x.order) + kGap) * kSampleBytes; }
+  std::ptrdiff_t step() const { return ((std::ptrdiff_t{1} << x.order) + kTileGap) * kSampleBytes; }
   std::ptrdiff_t bytes() const { return step() << y.order; }
   ZopImageSize size() const { return {1 << x.order, 1 << y.order}; }
   Image<float> tileAt(void* memory) const { return {static_cast<float*>(memory), step()}; }
-  void clear(Image<float> tile) const {
-    setZero<C1>(tile, {static_cast<int>(step() / kSampleBytes), size().height});
+
+  // Zeros in a tile, but for a block that is going to be filled.
+  void clearAround(Image<float> tile, ZopImagePoint at, ZopImageSize block) const {
+    const int width = size().width + kTileGap, right = at.x + block.width, bottom = at.y + block.height;
+    const auto clear = [&](int left, int top, ZopImageSize part) {
+      if (part.width > 0 && part.height > 0) setZero<C1>(Image<float>{tile.row(top) + left, tile.step}, part);
+    };
+    clear(0, 0, {width, at.y});
+    clear(0, at.y, {at.x, block.height});
+    clear(right, at.y, {width - right, block.height});
+    clear(0, bottom, {width, size().height - bottom});
   }
 
   Tile tile(int index) const {
@@ -71,7 +80,7 @@ struct Tiling {
   }
 
  private:
-  static constexpr std::ptrdiff_t kGap = 16, kSampleBytes = sizeof(float);
+  static constexpr std::ptrdiff_t kSampleBytes = sizeof(float);
 
   static void cut(const TileAxis& axis, int i, int& result, int& results, int& sample, int& margin,
                   int& samples) {
@@ -83,7 +92,7 @@ struct Tiling {
   }
 };
 
-// Fourier transforms of tiles.
+// The context of the transforms of tiles.
 class TileTransform {
  public:
   TileTransform() = default;
@@ -97,18 +106,11 @@ class TileTransform {
         zopiFFTInitAlloc_R_32f(&spec_, tiling.x.order, tiling.y.order, ZOP_FFT_DIV_INV_BY_N, 0);
     return status == zopStatusOk ? zopiFFTGetBufSize_R_32f(spec_, &bufferBytes_) : status;
   }
-  // A context and memory for it are there, so these cannot fail.
-  void forward(Image<float> tile, unsigned char* buffer) const {
-    zopiFFTFwd_RToPack_32f_C1R(tile.at, stepOf(tile), tile.at, stepOf(tile), spec_, buffer);
-  }
-  void inverse(Image<float> tile, unsigned char* buffer) const {
-    zopiFFTInv_PackToR_32f_C1R(tile.at, stepOf(tile), tile.at, stepOf(tile), spec_, buffer);
-  }
-  // Also room for a row of a tile.
+  const ZopFFTSpec_R_32f& spec() const { return *spec_; }
+  // Also room for a row of samples of a tile.
   int bufferBytes() const { return bufferBytes_; }
 
  private:
-  static int stepOf(Image<float> tile) { return static_cast<int>(tile.step); }
   ZopFFTSpec_R_32f* spec_ = nullptr;
   int bufferBytes_ = 0;
 };
@@ -124,7 +126,7 @@ struct TileMemory {
 
 // Goes through all tiles, of all channels. A job has
 //   kProduct, Pixels      the product, and the layout of the large image
-//   image                 the large image
+//   image, smallSize()    the large image, and the size of the small one
 //   bytes(tiling)         how much memory it needs for a tile
 //   putSmall(c, tile, row)           puts channel c of the small image to the upper left of a tile of zeros
 //   see(tiling, tile, memory)        sees a tile before it is transformed
@@ -134,44 +136,44 @@ ZopStatus throughTiles(const Tiling& tiling, const Job& job) {
   using Layout = typename Job::Pixels;
   TileTransform transform;
   if (const ZopStatus bad = transform.make(tiling)) return bad;
-  constexpr std::ptrdiff_t kLine = 64;
-  const auto inLines = [](std::ptrdiff_t bytes) { return (bytes + kLine - 1) / kLine * kLine; };
-  const std::ptrdiff_t tileBytes = inLines(tiling.bytes()), bufferBytes = inLines(transform.bufferBytes());
+  const auto inLines = [](std::ptrdiff_t bytes) { return (bytes + 63) / 64 * 64; };
+  const std::ptrdiff_t tileBytes = inLines(tiling.bytes()), bufferBytes = inLines(transform.bufferBytes()),
+                       filterBytes = inLines(tileFilterBytes(tiling.x.order, tiling.y.order));
   const std::ptrdiff_t sliceBytes = tileBytes + bufferBytes + inLines(job.bytes(tiling));
-  if (sliceBytes > INT32_MAX) return zopStatusNoMemory;
+  const Scratch memory = newScratch(Layout::colours * filterBytes + tileBytes + bufferBytes);
+  if (memory == nullptr || sliceBytes > INT32_MAX) return zopStatusNoMemory;
 
-  const Scratch memory = newScratch(Layout::colours * tileBytes + bufferBytes);
-  if (memory == nullptr) return zopStatusNoMemory;
-  const auto spectrum = [&](int c) { return tiling.tileAt(memory.get() + c * tileBytes); };
+  const auto filter = [&](int c) { return reinterpret_cast<float*>(memory.get() + c * filterBytes); };
+  const auto bufferOf = [&](Image<float> tile) {
+    return reinterpret_cast<unsigned char*>(tile.at) + tileBytes;
+  };
+  const Image<float> smallTile = tiling.tileAt(memory.get() + Layout::colours * filterBytes);
   for (int c = 0; c < Layout::colours; ++c) {
-    unsigned char* buffer = memory.get() + Layout::colours * tileBytes;
-    tiling.clear(spectrum(c));
-    job.putSmall(c, spectrum(c), buffer);
-    transform.forward(spectrum(c), buffer);
+    unsigned char* buffer = bufferOf(smallTile);
+    tiling.clearAround(smallTile, {0, 0}, {0, 0});
+    job.putSmall(c, smallTile, buffer);
+    makeTileFilter(transform.spec(), smallTile, job.smallSize().height,
+                   Job::kProduct == Product::kCorrelation, filter(c), reinterpret_cast<float*>(buffer));
   }
 
   const auto one = [&](const Tile& t, int c, const TileMemory& m) {
     const auto channel = pixelsFrom<Layout>(channelOf<Layout>(job.image, c), t.samples.x, t.samples.y);
-    if (t.block.width < tiling.size().width || t.block.height < tiling.size().height) tiling.clear(m.tile);
+    tiling.clearAround(m.tile, t.margin, t.block);
     takeNumbers<Layout>(channel, pixelsFrom<C1>(m.tile, t.margin.x, t.margin.y), t.block, m.buffer);
     job.see(tiling, t, m);
-    transform.forward(m.tile, m.buffer);
-    if constexpr (Job::kProduct == Product::kCorrelation)
-      multiplyPackedByConjugate<C1>(m.tile, spectrum(c), m.tile, tiling.size());
-    else
-      multiplyPacked<C1>(spectrum(c), m.tile, m.tile, tiling.size());
-    transform.inverse(m.tile, m.buffer);
+    applyTileFilter(transform.spec(), filter(c), m.tile, {t.margin.y, t.margin.y + t.block.height},
+                    {tiling.y.first, tiling.y.first + t.size.height}, reinterpret_cast<float*>(m.buffer));
     job.give(tiling, c, t, pixelsFrom<C1>(Image<const float>(m.tile), tiling.x.first, tiling.y.first), m);
   };
-  return walkSlices(
-      true, tiling.count(), static_cast<int>(sliceBytes), [&](unsigned char* slice, int begin, int end) {
-        const RoundingToNearest nearest;
-        const TileMemory m = {tiling.tileAt(slice), slice + tileBytes, slice + tileBytes + bufferBytes};
-        tiling.clear(m.tile);
-        for (int i = begin; i < end; ++i) {
-          for (int c = 0; c < Layout::colours; ++c) one(tiling.tile(i), c, m);
-        }
-      });
+  return walkSlices(true, tiling.count(), static_cast<int>(sliceBytes),
+                    [&](unsigned char* slice, int begin, int end) {
+                      const RoundingToNearest nearest;
+                      const Image<float> tile = tiling.tileAt(slice);
+                      const TileMemory m = {tile, bufferOf(tile), bufferOf(tile) + bufferBytes};
+                      for (int i = begin; i < end; ++i) {
+                        for (int c = 0; c < Layout::colours; ++c) one(tiling.tile(i), c, m);
+                      }
+                    });
 }
 
 }  // namespace zopi
