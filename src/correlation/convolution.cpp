@@ -98,46 +98,69 @@ constexpr ZopImageSize planeSize(ZopImageSize size) {
   return Layout::channels == 1 ? ZopImageSize{0, 0} : size;
 }
 
-// Full convolutions as they stand. Integers see zeros all around the large image.
+// Full convolutions as they stand. Integers see zeros all around the large image,
 template <class Layout, class T>
 ZopStatus sumUp(const Convolution<Layout, T>& call) {
-  constexpr bool kNumbers = std::is_same_v<T, Zop32f>;
   const ZopImageSize kernel = call.smallSize;
-  const int before = kernel.width - 1, above = kNumbers ? 0 : kernel.height - 1;
-  const ZopImageSize padded = {call.largeSize.width + 2 * before + (kNumbers ? kFullRoom : 0),
-                               call.largeSize.height + 2 * above};
-  using Lane = std::conditional_t<kNumbers, float, std::int32_t>;
-  const ZopImageSize weightCount = {static_cast<int>(areaOf(kernel)), 1};
-  const ZopImageSize tapsSize = {kNumbers ? 0 : static_cast<int>(tapCount(kernel, 2)), 1};
-  PlaneMemory planes(PlaneMemory::bytes<T>(padded) + PlaneMemory::bytes<Lane>(weightCount) +
-                     PlaneMemory::bytes<Lane>(tapsSize) +
-                     PlaneMemory::bytes<T>(planeSize<Layout>(call.size)));
+  const int before = kernel.width - 1, above = kernel.height - 1;
+  const ZopImageSize padded = {call.largeSize.width + 2 * before, call.largeSize.height + 2 * above},
+                     weightCount = {static_cast<int>(areaOf(kernel)), 1},
+                     tapsSize = {static_cast<int>(tapCount(kernel, 2)), 1},
+                     outPlane = planeSize<Layout>(call.size);
+  PlaneMemory planes(PlaneMemory::bytes<T>(padded) + PlaneMemory::bytes<Zop32s>(weightCount) +
+                     PlaneMemory::bytes<Zop32s>(tapsSize) + PlaneMemory::bytes<T>(outPlane));
   if (!planes.exist()) return zopStatusNoMemory;
   const Image<T> large = planes.take<T>(padded);
-  Lane* const weights = planes.take<Lane>(weightCount).at;
-  [[maybe_unused]] Lane* const taps = planes.take<Lane>(tapsSize).at;
-  const Image<T> plane = planes.take<T>(planeSize<Layout>(call.size));
+  Zop32s* const weights = planes.take<Zop32s>(weightCount).at;
+  Zop32s* const taps = planes.take<Zop32s>(tapsSize).at;
+  const Image<T> plane = planes.take<T>(outPlane);
+  const Kernel pairs = {kernel.width, kernel.height, taps, Division::kFactorAndHalf, 0, call.factor};
 
   setZero<C1>(large, padded);
   for (int c = 0; c < Layout::colours; ++c) {
     takeChannel<Layout>(channelOf<Layout>(call.large, c), pixelsFrom<C1>(large, before, above),
                         call.largeSize);
     takeWeights<Layout>(channelOf<Layout>(call.small, c), kernel, weights);
+    turn<Zop32s, 2>(
+        kernel, [=](std::int64_t i) { return weights[i]; }, taps);
     throughPlane<Layout>(call.out, c, call.size, plane, [&](Image<T> to) {
-      if constexpr (kNumbers) {
-        const FullConvolution full = {large, call.largeSize, weights, kernel};
-        walkBands(call.size.height,
-                  [&](int begin, int end) { convolutionTable().full(full, begin, end, to.from(begin)); });
-      } else {
-        turn<Lane, 2>(
-            kernel, [=](std::int64_t i) { return weights[i]; }, taps);
-        const Kernel pairs = {kernel.width, kernel.height, taps, Division::kFactorAndHalf, 0, call.factor};
-        walkBands(call.size.height, [&](int begin, int end) {
-          const RoundingToNearest nearest;
-          generalTable().of<T>().pairs(pairs, {1, false}, large.from(begin), to.from(begin),
-                                       {call.size.width, end - begin});
-        });
-      }
+      walkBands(call.size.height, [&](int begin, int end) {
+        const RoundingToNearest nearest;
+        generalTable().of<T>().pairs(pairs, {1, false}, large.from(begin), to.from(begin),
+                                     {call.size.width, end - begin});
+      });
+    });
+  }
+  return zopStatusOk;
+}
+
+// numbers only beside it.
+template <class Layout>
+ZopStatus sumUp(const Convolution<Layout, Zop32f>& call) {
+  const ZopImageSize kernel = call.smallSize, row = {call.largeSize.width, 1};
+  const int before = kernel.width - 1;
+  const ZopImageSize padded = {call.largeSize.width + 2 * before + kFullRoom, call.largeSize.height},
+                     weightCount = {static_cast<int>(areaOf(kernel)), 1},
+                     outPlane = planeSize<Layout>(call.size);
+  PlaneMemory planes(PlaneMemory::bytes<double>(padded) + PlaneMemory::bytes<float>(row) +
+                     PlaneMemory::bytes<float>(weightCount) + PlaneMemory::bytes<float>(outPlane));
+  if (!planes.exist()) return zopStatusNoMemory;
+  const Image<double> large = planes.take<double>(padded);
+  const Image<float> samples = planes.take<float>(row);
+  float* const weights = planes.take<float>(weightCount).at;
+  const Image<float> plane = planes.take<float>(outPlane);
+
+  setZero<C1>(large.template as<float>(), {2 * padded.width, padded.height});
+  for (int c = 0; c < Layout::colours; ++c) {
+    for (int y = 0; y < call.largeSize.height; ++y) {
+      takeChannel<Layout>(channelOf<Layout>(call.large, c).from(y), samples, row);
+      convolutionTable().widen(samples, pixelsFrom<C1>(large, before, y), extent(row));
+    }
+    takeWeights<Layout>(channelOf<Layout>(call.small, c), kernel, weights);
+    const FullConvolution full = {large, call.largeSize, weights, kernel};
+    throughPlane<Layout>(call.out, c, call.size, plane, [&](Image<float> to) {
+      walkBands(call.size.height,
+                [&](int begin, int end) { convolutionTable().full(full, begin, end, to.from(begin)); });
     });
   }
   return zopStatusOk;

@@ -28,7 +28,7 @@ struct Quotient {
 };
 
 // Sums stay in registers, a few vectors of them at a time: they are chains of long instructions.
-constexpr int kVectors = 4;
+constexpr int kVectors = 8;
 constexpr std::ptrdiff_t kBlock = kVectors * N;
 static_assert(kBlock <= kFullRoom);
 
@@ -40,13 +40,26 @@ struct Everywhere {
   }
 };
 struct WhereSamplesAre {
-  std::ptrdiff_t x;
-  int width;
+  HWY_ALIGN double columns[kBlock];
+  double width;
+  HWY_INLINE WhereSamplesAre(std::ptrdiff_t x, int imageWidth) : width(imageWidth) {
+    const Doubles d;
+    for (int k = 0; k < kVectors; ++k)
+      hn::Store(hn::Iota(d, static_cast<double>(x + k * N)), d, columns + k * N);
+  }
   HWY_INLINE hn::Vec<Doubles> operator()(hn::Vec<Doubles> sum, hn::Vec<Doubles> before, int k, int i) const {
     const Doubles d;
-    const auto at = hn::Iota(d, static_cast<double>(x + k * N - i));
-    const auto is = hn::And(hn::Ge(at, hn::Zero(d)), hn::Lt(at, hn::Set(d, static_cast<double>(width))));
+    const auto at = hn::Sub(hn::Load(d, columns + k * N), hn::Set(d, static_cast<double>(i)));
+    const auto is = hn::And(hn::Ge(at, hn::Zero(d)), hn::Lt(at, hn::Set(d, width)));
     return hn::IfThenElse(is, sum, before);
+  }
+};
+
+struct Widen {
+  using Lane = double;
+  template <class D, class V>
+  HWY_INLINE auto operator()(D d, V v) const {
+    return toReal(d, v);
   }
 };
 
@@ -55,23 +68,25 @@ HWY_INLINE void sumsOfBlock(const FullConvolution& call, int y, std::ptrdiff_t x
                             float* out, std::ptrdiff_t n) {
   const Doubles d;
   const Floats df;
-  hn::Vec<Doubles> sums[kVectors] = {hn::Zero(d), hn::Zero(d), hn::Zero(d), hn::Zero(d)};
+  hn::Vec<Doubles> sums[kVectors];
+#pragma GCC unroll 8
+  for (auto& sum : sums) sum = hn::Zero(d);
   const int w = call.smallSize.width;
   for (int j = HWY_MAX(0, y - call.size.height + 1); j <= HWY_MIN(y, call.smallSize.height - 1); ++j) {
-    const float* row = call.large.row(y - j) + x + w - 1;
+    const double* row = call.large.row(y - j) + x + w - 1;
     const float* weights = call.small + static_cast<std::ptrdiff_t>(j) * w;
     for (int i = 0; i < w; ++i) {
       const auto weight = hn::Set(d, double{weights[i]});
-#pragma GCC unroll 4
+#pragma GCC unroll 8
       for (int k = 0; k < kVectors; ++k) {
         // Products of floats are exact in double precision.
-        const auto sample = hn::PromoteTo(d, hn::LoadU(df, row - i + k * N));
+        const auto sample = hn::LoadU(d, row - i + k * N);
         const auto sum = hn::PromoteTo(d, hn::DemoteTo(df, hn::MulAdd(sample, weight, sums[k])));
         sums[k] = choose(sum, sums[k], k, i);
       }
     }
   }
-#pragma GCC unroll 4
+#pragma GCC unroll 8
   for (int k = 0; k < kVectors; ++k) {
     if (k * N < n) storePart(df, hn::DemoteTo(df, sums[k]), out + k * N, HWY_MIN(N, n - k * N));
   }
@@ -86,7 +101,7 @@ void full(const FullConvolution& call, int begin, int end, Image<float> out) {
       if (x >= call.smallSize.width - 1 && x + kBlock <= call.size.width)
         sumsOfBlock(call, y, x, Everywhere(), to + x, n);
       else
-        sumsOfBlock(call, y, x, WhereSamplesAre{x, call.size.width}, to + x, n);
+        sumsOfBlock(call, y, x, WhereSamplesAre(x, call.size.width), to + x, n);
     }
   }
 }
@@ -97,7 +112,8 @@ constexpr QuotientRows<T> rowsOf() {
           conversionRows<Quotient<T, double>, Zop32f, T, double>()};
 }
 
-constexpr ConvolutionTable kTable = {rowsOf<Zop8u>(), rowsOf<Zop16s>(), full};
+constexpr ConvolutionTable kTable = {rowsOf<Zop8u>(), rowsOf<Zop16s>(), imageRows<Widen, Zop32f, double>,
+                                     full};
 
 }  // namespace
 

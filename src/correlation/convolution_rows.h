@@ -17,7 +17,7 @@ struct QuotientRows {
 // A full convolution of numbers. Rows of the large image have a sample of zero on either side for each
 // column of the small one but one, and room for `kFullRoom` more.
 struct FullConvolution {
-  Image<const float> large;  // the first of the zeros
+  Image<const double> large;  // the first of the zeros
   ZopImageSize size;
   const float* small;  // without gaps
   ZopImageSize smallSize;
@@ -29,6 +29,8 @@ struct ConvolutionTable : QuotientRows<Zop8u>, QuotientRows<Zop16s> {
   constexpr const QuotientRows<T>& of() const {
     return *this;
   }
+  // Numbers in double precision, at any distance.
+  void (*widen)(Image<const Zop32f> numbers, Image<double> out, Extent e);
   // Rows from `begin` on; each sum is rounded to single precision after every product.
   void (*full)(const FullConvolution& call, int begin, int end, Image<float> out);
 };
