@@ -1,6 +1,7 @@
 // Transforms.
 #include <map>
 #include <string>
+#include <vector>
 
 #include "harness.h"
 
@@ -49,6 +50,42 @@ void addBlocks(const std::string& name, Function function) {
   });
 }
 
+// The filters of nine and seven taps of JPEG 2000: only their lengths matter here.
+void addWavelet() {
+  static constexpr Zop32f kLow[] = {.0267f, -.0169f, -.0782f, .2669f, .6029f,
+                                    .2669f, -.0782f, -.0169f, .0267f};
+  static constexpr Zop32f kHigh[] = {.0456f, -.0288f, -.2956f, .5575f, -.2956f, -.0288f, .0456f};
+  constexpr int kBorder = 5;
+  // Frames have no borders: the transform takes their middle.
+  const auto inner = [](const Frame& f) {
+    return ZopImageSize{f.size.width / 2 - kBorder, f.size.height / 2 - kBorder};
+  };
+  const auto at = [](auto* data, int step, int x, int y) {
+    return data + static_cast<std::ptrdiff_t>(y) * (step / static_cast<int>(sizeof *data)) + x;
+  };
+  bench::add("zopiWTFwd_32f_C1R/9-7", {4}, {4}, [=](const Frame& f) {
+    static ZopWTFwdState_32f_C1R* state = nullptr;
+    static std::vector<Zop8u> buffer(1 << 14);
+    if (state == nullptr) zopiWTFwdInitAlloc_32f_C1R(&state, kLow, 9, 4, kHigh, 7, 3);
+    const auto [w, h] = inner(f);
+    Zop32f* const out = f.destination<Zop32f>();
+    const int step = f.destinationStep();
+    zopiWTFwd_32f_C1R(at(f.source<Zop32f>(0), f.sourceStep(0), kBorder, kBorder), f.sourceStep(0), out, step,
+                      at(out, step, 0, h), step, at(out, step, w, 0), step, at(out, step, w, h), step, {w, h},
+                      state, buffer.data());
+  });
+  bench::add("zopiWTInv_32f_C1R/9-7", {4}, {4}, [=](const Frame& f) {
+    static ZopWTInvState_32f_C1R* state = nullptr;
+    static std::vector<Zop8u> buffer(1 << 14);
+    if (state == nullptr) zopiWTInvInitAlloc_32f_C1R(&state, kHigh, 7, 3, kLow, 9, 4);
+    const auto [w, h] = inner(f);
+    const Zop32f* const src = at(f.source<Zop32f>(0), f.sourceStep(0), kBorder, kBorder);
+    const int step = f.sourceStep(0);
+    zopiWTInv_32f_C1R(src, step, src, step, src, step, src, step, {w, h}, f.destination<Zop32f>(),
+                      f.destinationStep(), state, buffer.data());
+  });
+}
+
 const bool registered = [] {
   for (const int order : {6, 8, 9, 10}) {
     addFourier("zopiFFTFwd_RToPack_32f_C1R", 1, order, zopiFFTInitAlloc_R_32f, zopiFFTFwd_RToPack_32f_C1R);
@@ -66,6 +103,7 @@ const bool registered = [] {
     zopiPackToCplxExtend_32f32fc_C1R(f.source<Zop32f>(0), f.size, f.sourceStep(0), f.destination<Zop32fc>(),
                                      f.destinationStep());
   });
+  addWavelet();
   return true;
 }();
 

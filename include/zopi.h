@@ -20,6 +20,7 @@
 #include "zopi/reorder.h"
 #include "zopi/stats.h"
 #include "zopi/status.h"
+#include "zopi/synthesis.h"
 #include "zopi/transform.h"
 #include "zopi/types.h"
 

@@ -56,6 +56,11 @@ std::vector<Value> tooHigh(const Argument& argument) {
   return {argument.role == Role::Constant ? Value(static_cast<void*>(array)) : sample};
 }
 
+std::vector<Value> noContext(const Argument&) {
+  static Zop32s other[64];
+  return {static_cast<void*>(other)};
+}
+
 std::vector<Value> unknownAlphaTypes(const Argument&) { return {12, -1, INT32_MAX, INT32_MIN}; }
 
 // Orders of channels of which one entry is none.
@@ -201,11 +206,8 @@ const std::vector<OwnCheck> kOwnChecks = {
      [](const Argument&) {
        return std::vector<Value>{0.0f, -1e-45f, -HUGE_VALF};
      }},
-    {"checkContext(pFFTSpec)", "pFFTSpec", zopStatusBadContext,
-     [](const Argument&) {
-       static Zop32s other[64];
-       return std::vector<Value>{static_cast<void*>(other)};
-     }},
+    {"checkContext(pFFTSpec)", "pFFTSpec", zopStatusBadContext, noContext},
+    {"checkContext(pState)", "pState", zopStatusBadContext, noContext},
     {"checkThresholds(thresholdLT,thresholdGT)", "thresholdLT", zopStatusBadThresholds, tooHigh},
     {"checkAlphaType(alphaType)", "alphaType", zopStatusBadAlphaType, unknownAlphaTypes},
 };

@@ -82,26 +82,40 @@ TEST(MemorySweep, FailsCleanlyAtEveryAllocation) {
   EXPECT_GE(functionsThatAllocate, 4);  // the sweep sees the allocations of the library
 }
 
-template <class Spec>
-void makeWithoutMemory(ZopStatus (*init)(Spec**, int, int, int, unsigned), ZopStatus (*release)(Spec*)) {
+template <class Context, class Make>
+void makeWithoutMemory(const Make& make, ZopStatus (*release)(Context*)) {
   for (int n = 1;; ++n) {
-    Spec* spec = nullptr;
+    Context* context = nullptr;
     allocations = outstanding = 0;
     failAt = n;
     counting = true;
-    const ZopStatus status = init(&spec, 3, 2, ZOP_FFT_NODIV_BY_ANY, 0);
-    if (status == zopStatusOk) release(spec);
+    const ZopStatus status = make(&context);
+    if (status == zopStatusOk) release(context);
     counting = false;
     EXPECT_EQ(0, outstanding) << "at allocation " << n;
     if (allocations < n) break;
     EXPECT_EQ(zopStatusNoMemory, status);
-    EXPECT_EQ(nullptr, spec);
+    EXPECT_EQ(nullptr, context);
   }
 }
+template <class Spec>
+void makeFourier(ZopStatus (*init)(Spec**, int, int, int, unsigned), ZopStatus (*release)(Spec*)) {
+  makeWithoutMemory([=](Spec** spec) { return init(spec, 3, 2, ZOP_FFT_NODIV_BY_ANY, 0); }, release);
+}
+template <class State>
+void makeWavelet(ZopStatus (*init)(State**, const Zop32f*, int, int, const Zop32f*, int, int),
+                 ZopStatus (*release)(State*)) {
+  constexpr Zop32f kTaps[] = {1, 2, 3};
+  makeWithoutMemory([=](State** state) { return init(state, kTaps, 3, 1, kTaps, 2, 0); }, release);
+}
 TEST(MemorySweep, ContextsAreMadeWholeOrNotAtAll) {
-  makeWithoutMemory(zopiFFTInitAlloc_C_32fc, zopiFFTFree_C_32fc);
-  makeWithoutMemory(zopiFFTInitAlloc_R_32f, zopiFFTFree_R_32f);
-  makeWithoutMemory(zopiFFTInitAlloc_R_32s, zopiFFTFree_R_32s);
+  makeFourier(zopiFFTInitAlloc_C_32fc, zopiFFTFree_C_32fc);
+  makeFourier(zopiFFTInitAlloc_R_32f, zopiFFTFree_R_32f);
+  makeFourier(zopiFFTInitAlloc_R_32s, zopiFFTFree_R_32s);
+  makeWavelet(zopiWTFwdInitAlloc_32f_C1R, zopiWTFwdFree_32f_C1R);
+  makeWavelet(zopiWTFwdInitAlloc_32f_C3R, zopiWTFwdFree_32f_C3R);
+  makeWavelet(zopiWTInvInitAlloc_32f_C1R, zopiWTInvFree_32f_C1R);
+  makeWavelet(zopiWTInvInitAlloc_32f_C3R, zopiWTInvFree_32f_C3R);
 }
 
 // The sweep's small images are of one pixel; larger ones take other ways.

@@ -39,7 +39,7 @@ T product(Wide exact, bool isImaginary, int scale) {
     const Wide unit = Wide{1} << std::min(scale, 100), sum = isImaginary ? exact + 1 : exact;
     exact = (sum - (sum % unit + unit) % unit) / unit;
   } else {
-    exact *= Wide{1} << std::min(-scale, 40);
+    exact *= Wide{1} << -std::max(scale, -40);
   }
   return static_cast<T>(std::clamp(exact, kLowest, kHighest));
 }

@@ -115,9 +115,10 @@ class Argument:
         if self.kind == "mask":
             type_, layout = "8u", "C1"
         self.type = own[0] if own and own[0] else type_
-        self.layout = own[1] if len(own) > 1 else layout
+        self.layout = own[1] if len(own) > 1 and own[1] else layout
         self.planar = "P" in self.layout and self.kind in (*SOURCES, "dst", "inout")
         self.own_steps, self.gapless = own[2:] == ["steps"], own[2:] == ["gapless"]
+        self.step_name = own[2] if len(own) > 2 and own[2].endswith("Step") else None
         self.block = int(self.layout[1:]) if self.layout.startswith("B") else 0
 
     @property
@@ -126,7 +127,7 @@ class Argument:
 
     @property
     def step(self):
-        return self.stem + ("Steps" if self.own_steps else "Step")
+        return self.step_name or self.stem + ("Steps" if self.own_steps else "Step")
 
     @property
     def is_image(self):

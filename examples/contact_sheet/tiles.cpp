@@ -501,6 +501,62 @@ Image matchMap(const Image& picture) {
   return tile;
 }
 
+// Sums and differences of neighbours, down and across: a quarter of the picture, and what it lacks around
+// gray.
+Image subbands(const Image& picture) {
+  constexpr Zop32f kSum[] = {.5f, .5f}, kDifference[] = {.5f, -.5f};
+  const ZopImageSize half = {picture.size.width / 2, picture.size.height / 2};
+  const int samples = picture.size.width * 3, step = samples * static_cast<int>(sizeof(Zop32f));
+  std::vector<Zop32f> numbers(static_cast<std::size_t>(samples) * picture.size.height), bands(numbers);
+  check(zopiConvert_8u32f_C3R(picture.data(), picture.step, numbers.data(), step, picture.size));
+
+  ZopWTFwdState_32f_C3R* context = nullptr;
+  check(zopiWTFwdInitAlloc_32f_C3R(&context, kSum, 2, 1, kDifference, 2, 1));
+  int bytes = 0;
+  check(zopiWTFwdGetBufSize_C3R(context, &bytes));
+  std::vector<Zop8u> buffer(bytes);
+  Zop32f* const approx = bands.data();
+  Zop32f* const detailY = approx + half.width * 3;
+  Zop32f* const detailX = approx + static_cast<std::ptrdiff_t>(half.height) * samples;
+  Zop32f* const detailXY = detailX + half.width * 3;
+  check(zopiWTFwd_32f_C3R(numbers.data(), step, approx, step, detailX, step, detailY, step, detailXY, step,
+                          half, context, buffer.data()));
+  check(zopiWTFwdFree_32f_C3R(context));
+
+  const Zop32f four[] = {4, 4, 4}, gray[] = {128, 128, 128};
+  for (Zop32f* detail : {detailX, detailY, detailXY}) {
+    check(zopiMulC_32f_C3IR(four, detail, step, half));
+    check(zopiAddC_32f_C3IR(gray, detail, step, half));
+  }
+  Image tile = copyOf(picture);
+  check(zopiConvert_32f8u_C3R(approx, step, tile.data(), tile.step, {2 * half.width, 2 * half.height},
+                              zopRoundNear));
+  return tile;
+}
+
+// Each block of 8x8 made of its six lowest cosines.
+Image fewCosines(const Image& picture) {
+  constexpr int kSide = 8;
+  Image tile = copyOf(picture);
+  Zop16s block[kSide * kSide];
+  for (int c = 0; c < 3; ++c) {
+    const Image plane = planeOf(picture, c);
+    for (int y = 0; y + kSide <= plane.size.height; y += kSide) {
+      for (int x = 0; x + kSide <= plane.size.width; x += kSide) {
+        check(zopiDCT8x8FwdLS_8u16s_C1R(plane.row(y) + x, plane.step, block, -128));
+        for (int v = 0; v < kSide; ++v) {
+          for (int u = 0; u < kSide; ++u) {
+            if (u + v > 2) block[v * kSide + u] = 0;
+          }
+        }
+        check(zopiDCT8x8InvLSClip_16s8u_C1R(block, plane.row(y) + x, plane.step, 128, 0, 255));
+      }
+    }
+    check(zopiCopy_8u_C1C3R(plane.data(), plane.step, tile.data() + c, tile.step, tile.size));
+  }
+  return tile;
+}
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -548,6 +604,8 @@ constexpr Tile kTiles[] = {
     {"Linear and cubic", "zopiResizeCenter_8u_C3R, 1.5", enlargedSmoothly},
     {"Nearest and linear", "zopiResizeCenter_8u_C3R, 6", enlargedByRepeating},
     {"Frequencies, packed", "zopiFFTFwd_RToPack_32f_C1R, zopiLn_32f_C1IR", packedSpectrum},
+    {"Sums and differences", "zopiWTFwd_32f_C3R", subbands},
+    {"Six cosines a block", "zopiDCT8x8FwdLS_8u16s_C1R, _InvLSClip", fewCosines},
 };
 
 }  // namespace

@@ -47,16 +47,22 @@ void conjugatesBackward(const Zop32s* pairs, std::ptrdiff_t count, Zop32s* out) 
   packedTable().conjugateIntegers(pairs, count, out);
 }
 
-// Column `from` of the packed image becomes column `to` of the spectrum.
+// Column `from` of the packed image becomes column `to` of the spectrum. Steps may be any number of bytes.
 template <class Complex, class T = Real<Complex>>
 void unpackColumn(Image<const T> packed, int from, Image<Complex> spectrum, int to, int height) {
-  spectrum.row(0)[to] = {packed.row(0)[from], 0};
+  const auto get = [=](int y) {
+    T value;
+    std::memcpy(&value, packed.row(y) + from, sizeof value);
+    return value;
+  };
+  const auto put = [=](int y, Complex value) { std::memcpy(spectrum.row(y) + to, &value, sizeof value); };
+  put(0, {get(0), 0});
   for (int y = 1; 2 * y < height; ++y) {
-    const T re = packed.row(2 * y - 1)[from], im = packed.row(2 * y)[from];
-    spectrum.row(y)[to] = {re, im};
-    spectrum.row(height - y)[to] = {re, negated(im)};
+    const T re = get(2 * y - 1), im = get(2 * y);
+    put(y, {re, im});
+    put(height - y, {re, negated(im)});
   }
-  if (height % 2 == 0) spectrum.row(height / 2)[to] = {packed.row(height - 1)[from], 0};
+  if (height % 2 == 0) put(height / 2, {get(height - 1), 0});
 }
 
 template <class Complex, class T = Real<Complex>>

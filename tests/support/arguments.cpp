@@ -38,6 +38,27 @@ Value fourierContext(const Function& function) {
 }
 int bufferBytes;
 
+// A context with filters of two and three taps, of the kind that a function takes.
+template <class State>
+void* contextFrom(ZopStatus (*init)(State**, const Zop32f*, int, int, const Zop32f*, int, int)) {
+  static State* const state = [init] {
+    State* made = nullptr;
+    init(&made, weights, 2, 1, weights, 3, 1);
+    return made;
+  }();
+  return state;
+}
+Value waveletContext(const Function& function) {
+  const std::string name = function.name;
+  const bool ofC1 = name.ends_with("C1R");
+  if (name.starts_with("zopiWTFwd"))
+    return ofC1 ? contextFrom(zopiWTFwdInitAlloc_32f_C1R) : contextFrom(zopiWTFwdInitAlloc_32f_C3R);
+  return ofC1 ? contextFrom(zopiWTInvInitAlloc_32f_C1R) : contextFrom(zopiWTInvInitAlloc_32f_C3R);
+}
+Zop8u waveletBuffer[1 << 14];
+
+bool ofWavelets(const Function& function) { return std::strncmp(function.operation, "WT", 2) == 0; }
+
 Value goodParameter(const Function& function, const Argument& argument) {
   const std::string operation = function.operation, name = argument.name;
   if (name == "vMax") return 1.0f;  // vMin is 0
@@ -56,8 +77,18 @@ Value goodParameter(const Function& function, const Argument& argument) {
   // As many places as the image has pixels, whatever the function takes for a place.
   if (name == "src2Size" || name == "tplRoiSize") return ZopImageSize{1, 1};
   if (name == "pFFTSpec") return fourierContext(function);
-  if (name == "pBufSize") return &bufferBytes;
+  if (name == "pState") return waveletContext(function);
+  if (name == "pBuffer" && ofWavelets(function)) return static_cast<void*>(waveletBuffer);
+  if (name == "pBufSize" || name == "pSize") return &bufferBytes;
   return {};
+}
+
+// Wavelets go from or to an image of twice the size, and from images with borders: all of theirs have the
+// room.
+Halo haloOf(const Function& function, const Argument& argument, const std::vector<Value>& parameters,
+            ZopImageSize size) {
+  if (ofWavelets(function)) return {2, size.width + 2, 2, size.height + 2};
+  return function.halo(argument, parameters);
 }
 
 }  // namespace
@@ -76,7 +107,7 @@ Arguments::Arguments(const Function& function, ZopImageSize size)
       values.emplace_back(static_cast<void*>(steps_[i].data()));
     } else if (a.isPointer()) {
       const int pixelBytes = a.samples * a.sampleBytes;
-      const Halo halo = function.halo(a, parameters);
+      const Halo halo = haloOf(function, a, parameters, size);
       const int rows = a.isImage() ? halo.above + size.height + halo.below : 1;
       step = (a.isImage() ? halo.left + size.width + halo.right : 1) * pixelBytes;
       for (int p = 0; p < std::max(a.planes, 1); ++p) {
