@@ -155,8 +155,11 @@ struct Matching {
   void see(const Tiling& tiling, const Tile& t, const TileMemory& m) const {
     const Windows w = windows(t.size, tiling.size());
     const Sums sums = sumsIn(m.own, tiling);
-    matchTable().sumsOfSquares(w, m.tile, sums.squares, sums.scratch);
-    if constexpr (Measure::kLevels) matchTable().sums(w, m.tile, sums.samples, sums.scratch);
+    // Squares of bytes have 16 bits.
+    const bool whole = sizeof(S) == 1 && areaOf(templateSize) < 1 << 15;
+    const WindowRows& rows = whole ? matchTable().inIntegers : matchTable().inDoubles;
+    rows.ofSquares(w, m.tile, sums.squares, sums.scratch);
+    if constexpr (Measure::kLevels) rows.ofSamples(w, m.tile, sums.samples, sums.scratch);
   }
 
   void give(const Tiling& tiling, int c, const Tile& t, Image<const float> products,

@@ -15,9 +15,27 @@ namespace zopi {
 namespace HWY_NAMESPACE {
 namespace {
 
-using Doubles = Tag<double>;
-using Floats = hn::Rebind<float, Doubles>;
-constexpr std::ptrdiff_t N = kLanes<Doubles>;
+// Sums in double precision, or in integers.
+template <class Lane>
+using SamplesIn = hn::Rebind<float, Tag<Lane>>;
+
+template <class Lane, class F>
+HWY_INLINE hn::Vec<Tag<Lane>> lanesOf(const float* samples) {
+  const Tag<Lane> d;
+  const SamplesIn<Lane> df;
+  const auto v = hn::LoadU(df, samples);
+  if constexpr (hwy::IsFloat<Lane>())
+    return F()(d, hn::PromoteTo(d, v));
+  else
+    return hn::ConvertTo(d, F()(df, v));
+}
+template <class Lane, class V>
+HWY_INLINE hn::Vec<SamplesIn<Lane>> rounded(V sums) {
+  if constexpr (hwy::IsFloat<Lane>())
+    return hn::DemoteTo(SamplesIn<Lane>(), sums);
+  else
+    return hn::ConvertTo(SamplesIn<Lane>(), sums);
+}
 
 struct Square {
   template <class D, class V>
@@ -32,52 +50,51 @@ struct Sample {
   }
 };
 
-// Three lines of doubles: sums of columns, which run down the image, sums of 1, 2, 4 ... of these side by
-// side, and sums of windows that are put together from them. What stands behind a line is not used.
+// Three lines of lanes: sums of columns, which run down the image, sums of 1, 2, 4 ... of these side by side,
+// and sums of windows that are put together from them. What stands behind a line is not used.
+template <class Lane>
 struct Lines {
-  double *columns, *powers, *windows;
+  Lane *columns, *powers, *windows;
 };
 std::ptrdiff_t lineLength(const Windows& w) {
-  return (w.places.width + w.window.width - 1 + 2 * N - 1) / N * N;
+  constexpr std::ptrdiff_t kMost = kLanes<Tag<int32_t>>;
+  return (w.places.width + w.window.width - 1 + 2 * kMost - 1) / kMost * kMost;
 }
 std::ptrdiff_t scratchBytes(const Windows& w) {
   return 3 * lineLength(w) * static_cast<std::ptrdiff_t>(sizeof(double));
 }
 
 // columns += f(entering) - f(leaving), into `columns` and `powers`. Either row may be missing.
-template <class F>
-void runDown(const float* entering, const float* leaving, std::ptrdiff_t n, const Lines& lines) {
-  const Doubles d;
-  const Floats df;
-  const F f;
-  for (std::ptrdiff_t x = 0; x < n; x += N) {
+template <class F, class Lane>
+void runDown(const float* entering, const float* leaving, std::ptrdiff_t n, const Lines<Lane>& lines) {
+  const Tag<Lane> d;
+  for (std::ptrdiff_t x = 0; x < n; x += kLanes<Tag<Lane>>) {
     auto sum = hn::LoadU(d, lines.columns + x);
-    if (leaving != nullptr) sum = hn::Sub(sum, f(d, hn::PromoteTo(d, hn::LoadU(df, leaving + x))));
-    if (entering != nullptr) sum = hn::Add(sum, f(d, hn::PromoteTo(d, hn::LoadU(df, entering + x))));
+    if (leaving != nullptr) sum = hn::Sub(sum, lanesOf<Lane, F>(leaving + x));
+    if (entering != nullptr) sum = hn::Add(sum, lanesOf<Lane, F>(entering + x));
     hn::StoreU(sum, d, lines.columns + x);
     hn::StoreU(sum, d, lines.powers + x);
   }
 }
 
 // A window is put together from powers of two: its binary digits say from which.
-void runAcross(const Windows& w, const Lines& lines, float* out) {
-  const Doubles d;
-  const Floats df;
+template <class Lane>
+void runAcross(const Windows& w, const Lines<Lane>& lines, float* out) {
+  const Tag<Lane> d;
+  constexpr std::ptrdiff_t N = kLanes<Tag<Lane>>;
   const std::ptrdiff_t places = w.places.width;
   std::ptrdiff_t valid = places + w.window.width - 1, at = 0;
-  bool first = true;
   for (std::ptrdiff_t power = 1; power <= w.window.width; power *= 2) {
     if ((w.window.width & power) != 0) {
       const bool last = w.window.width < 2 * power;
       for (std::ptrdiff_t x = 0; x < places; x += N) {
         auto sum = hn::LoadU(d, lines.powers + at + x);
-        if (!first) sum = hn::Add(sum, hn::LoadU(d, lines.windows + x));
+        if (at > 0) sum = hn::Add(sum, hn::LoadU(d, lines.windows + x));
         if (last)
-          storePart(df, hn::DemoteTo(df, sum), out + x, HWY_MIN(N, places - x));
+          storePart(SamplesIn<Lane>(), rounded<Lane>(sum), out + x, HWY_MIN(N, places - x));
         else
           hn::StoreU(sum, d, lines.windows + x);
       }
-      first = false;
       at += power;
     }
     valid -= power;
@@ -88,12 +105,12 @@ void runAcross(const Windows& w, const Lines& lines, float* out) {
   }
 }
 
-template <class F>
+template <class F, class Lane>
 void windowSums(const Windows& w, Image<const float> image, Image<float> out, void* scratch) {
   const std::ptrdiff_t length = lineLength(w);
-  auto* memory = static_cast<double*>(scratch);
-  const Lines lines = {memory, memory + length, memory + 2 * length};
-  std::fill(memory, memory + 3 * length, 0.0);
+  auto* memory = static_cast<Lane*>(scratch);
+  const Lines<Lane> lines = {memory, memory + length, memory + 2 * length};
+  std::fill(memory, memory + 3 * length, Lane{0});
   const std::ptrdiff_t columns = HWY_MIN(w.places.width + w.window.width - 1, w.samples.width);
   const auto row = [&](int y) { return y < w.samples.height ? image.row(y) : nullptr; };
   for (int y = 0; y < w.window.height - 1; ++y) runDown<F>(row(y), nullptr, columns, lines);
@@ -175,7 +192,11 @@ constexpr MatchRows<T> rowsOf() {
 }
 
 constexpr MatchTable kTable = {
-    {rowsOf<Zop8u>(), rowsOf<Zop32f>()}, scratchBytes, windowSums<Square>, windowSums<Sample>};
+    {rowsOf<Zop8u>(), rowsOf<Zop32f>()},
+    scratchBytes,
+    {windowSums<Square, double>, windowSums<Sample, double>},
+    {windowSums<Square, int32_t>, windowSums<Sample, int32_t>},
+};
 
 }  // namespace
 

@@ -30,11 +30,16 @@ struct MatchRows {
   Band correlation, levelCorrelation, squareDistance;
 };
 
+// Sums over windows, of squares or of samples, each rounded to single precision once.
+struct WindowRows {
+  using Sums = void (*)(const Windows& windows, Image<const float> image, Image<float> out, void* scratch);
+  Sums ofSquares, ofSamples;
+};
+
 struct MatchTable : RowTable<MatchRows, Zop8u, Zop32f> {
-  // Memory for the sums, in bytes, and the sums of squares or of samples, made in double precision.
-  std::ptrdiff_t (*scratchBytes)(const Windows& windows);
-  void (*sumsOfSquares)(const Windows& windows, Image<const float> image, Image<float> out, void* scratch);
-  void (*sums)(const Windows& windows, Image<const float> image, Image<float> out, void* scratch);
+  std::ptrdiff_t (*scratchBytes)(const Windows& windows);  // of any sums
+  WindowRows inDoubles;
+  WindowRows inIntegers;  // of whole numbers, as long as all sums have 31 bits
 };
 
 // The rows for this machine.

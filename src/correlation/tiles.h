@@ -134,6 +134,7 @@ struct TileMemory {
 template <class Job>
 ZopStatus throughTiles(const Tiling& tiling, const Job& job) {
   using Layout = typename Job::Pixels;
+  const RoundingToNearest nearest;
   TileTransform transform;
   if (const ZopStatus bad = transform.make(tiling)) return bad;
   const auto inLines = [](std::ptrdiff_t bytes) { return (bytes + 63) / 64 * 64; };
@@ -167,7 +168,7 @@ ZopStatus throughTiles(const Tiling& tiling, const Job& job) {
   };
   return walkSlices(true, tiling.count(), static_cast<int>(sliceBytes),
                     [&](unsigned char* slice, int begin, int end) {
-                      const RoundingToNearest nearest;
+                      const RoundingToNearest inThread;
                       const Image<float> tile = tiling.tileAt(slice);
                       const TileMemory m = {tile, bufferOf(tile), bufferOf(tile) + bufferBytes};
                       for (int i = begin; i < end; ++i) {
