@@ -221,7 +221,9 @@ TEST(Convolution, ValidByRows) {
 TEST(Convolution, ValidThroughTransforms) {
   compare("ConvValid", {{{19, 19}, {11, 11}, Route::kTransform},  // 81 places
                         {{61, 27}, {13, 10}, Route::kTransform},
-                        {{11, 12}, {130, 47}, Route::kTransform}});
+                        {{11, 12}, {130, 47}, Route::kTransform},
+                        {{12, 640}, {3, 610}, Route::kTransform},  // tiles of 2048 rows, or columns of 4096
+                        {{1130, 12}, {1100, 3}, Route::kTransform}});
 }
 
 // A pixel that is no number tells how far a route carries it: to its neighbours, over a tile, or everywhere.

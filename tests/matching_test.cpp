@@ -132,6 +132,9 @@ const std::vector<Case> kCases = {
     {{20, 150}, {7, 33}},
 };
 
+// Sums of so many squares of bytes do not have 31 bits; tiles have 2048 rows, or columns of 4096.
+const Case kLargeTemplates[] = {{{203, 172}, {200, 170}}, {{12, 640}, {3, 610}}, {{1130, 12}, {1100, 3}}};
+
 // Whole numbers, of which sums are exact in any type. One channel of numbers is much larger than the others;
 // 2^20 is a factor that changes no rounding.
 void fillWithNoise(Call& call, std::mt19937& random) {
@@ -177,9 +180,9 @@ void compare(const char* operation, const char* variant, Measure measure) {
           if (!everyShape && one.image.width < 30) continue;
           ASSERT_NO_FATAL_FAILURE(compare(*function, measure, one, random));
         }
-        // Of so many pixels, sums of squares of bytes do not have 31 bits.
         if (geometry == std::string("Valid") && function->sourceLayout == std::string("C1")) {
-          ASSERT_NO_FATAL_FAILURE(compare(*function, measure, {{203, 172}, {200, 170}}, random));
+          for (const Case& one : kLargeTemplates)
+            ASSERT_NO_FATAL_FAILURE(compare(*function, measure, one, random));
         }
       }
     }

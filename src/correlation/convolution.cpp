@@ -1,5 +1,4 @@
 // Convolutions: which image is the small one, and which way is the shortest for its size.
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -25,15 +24,13 @@ struct Convolution {
   Image<T> out;
   ZopImageSize size;
   int divisor;
-  float factor;
-
-  Convolution(Image<const T> a, ZopImageSize aSize, Image<const T> b, ZopImageSize bSize, Image<T> dst,
-              int by)
-      : large(a), small(b), largeSize(aSize), smallSize(bSize), out(dst), divisor(by) {
-    const RoundingToNearest nearest;
-    factor = static_cast<float>(1.0 / divisor);
-  }
+  float factor;  // its reciprocal
 };
+
+float reciprocalOf(int divisor) {
+  const RoundingToNearest nearest;
+  return static_cast<float>(1.0 / divisor);
+}
 
 // Below so many pixels, sums are made as they stand: of a full result, of a small image, and of a result
 // inside the large image.
@@ -48,8 +45,9 @@ class PlaneMemory {
   static std::ptrdiff_t bytes(ZopImageSize size) {
     return step<T>(size) * size.height;
   }
-  explicit PlaneMemory(std::ptrdiff_t bytes) : memory_(newScratch(bytes)), next_(memory_.get()) {}
-  bool exist() const { return memory_ != nullptr; }
+  explicit PlaneMemory(std::ptrdiff_t bytes)
+      : memory_(newScratch(bytes)), exists_(bytes == 0 || memory_ != nullptr), next_(memory_.get()) {}
+  bool exists() const { return exists_; }
 
   template <class T>
   Image<T> take(ZopImageSize size) {
@@ -62,6 +60,7 @@ class PlaneMemory {
     return (size.width * static_cast<std::ptrdiff_t>(sizeof(T)) + 31) / 32 * 32;
   }
   Scratch memory_;
+  bool exists_;
   unsigned char* next_;
 };
 
@@ -109,7 +108,7 @@ ZopStatus sumUp(const Convolution<Layout, T>& call) {
                      outPlane = planeSize<Layout>(call.size);
   PlaneMemory planes(PlaneMemory::bytes<T>(padded) + PlaneMemory::bytes<Zop32s>(weightCount) +
                      PlaneMemory::bytes<Zop32s>(tapsSize) + PlaneMemory::bytes<T>(outPlane));
-  if (!planes.exist()) return zopStatusNoMemory;
+  if (!planes.exists()) return zopStatusNoMemory;
   const Image<T> large = planes.take<T>(padded);
   Zop32s* const weights = planes.take<Zop32s>(weightCount).at;
   Zop32s* const taps = planes.take<Zop32s>(tapsSize).at;
@@ -144,7 +143,7 @@ ZopStatus sumUp(const Convolution<Layout, Zop32f>& call) {
                      outPlane = planeSize<Layout>(call.size);
   PlaneMemory planes(PlaneMemory::bytes<double>(padded) + PlaneMemory::bytes<float>(row) +
                      PlaneMemory::bytes<float>(weightCount) + PlaneMemory::bytes<float>(outPlane));
-  if (!planes.exist()) return zopStatusNoMemory;
+  if (!planes.exists()) return zopStatusNoMemory;
   const Image<double> large = planes.take<double>(padded);
   const Image<float> samples = planes.take<float>(row);
   float* const weights = planes.take<float>(weightCount).at;
@@ -185,9 +184,8 @@ ZopStatus filterBySmall(const Convolution<Layout, T>& call) {
   using Weight = std::conditional_t<std::is_same_v<T, Zop32f>, Zop32f, Zop32s>;
   Weight kernel[kFewWeights];
   const ZopImageSize largePlane = planeSize<Layout>(call.largeSize), outPlane = planeSize<Layout>(call.size);
-  PlaneMemory planes(
-      std::max<std::ptrdiff_t>(1, PlaneMemory::bytes<T>(largePlane) + PlaneMemory::bytes<T>(outPlane)));
-  if (!planes.exist()) return zopStatusNoMemory;
+  PlaneMemory planes(PlaneMemory::bytes<T>(largePlane) + PlaneMemory::bytes<T>(outPlane));
+  if (!planes.exists()) return zopStatusNoMemory;
   const Image<T> samples = planes.take<T>(largePlane), plane = planes.take<T>(outPlane);
   const ZopImagePoint anchor = {call.smallSize.width - 1, call.smallSize.height - 1};
   for (int c = 0; c < Layout::colours; ++c) {
@@ -210,7 +208,7 @@ ZopStatus filterByRows(const Convolution<Layout, T>& call) {
   const ZopImageSize row = {call.largeSize.width, 1};
   PlaneMemory planes(PlaneMemory::bytes<float>(call.largeSize) + PlaneMemory::bytes<float>(call.smallSize) +
                      PlaneMemory::bytes<T>(row));
-  if (!planes.exist()) return zopStatusNoMemory;
+  if (!planes.exists()) return zopStatusNoMemory;
   const Image<float> large = planes.take<float>(call.largeSize), small = planes.take<float>(call.smallSize);
   auto* const samples = reinterpret_cast<unsigned char*>(planes.take<T>(row).at);
   float sums[Layout::colours][kFewPlaces] = {}, products[kFewPlaces];
@@ -308,8 +306,8 @@ ZopStatus convolveFull(Image<const T> a, ZopImageSize aSize, Image<const T> b, Z
     std::swap(a, b);
     std::swap(aSize, bSize);
   }
-  Convolution<Layout, T> call(a, aSize, b, bSize, dst, divisor);
-  call.size = placesOf<Full>(aSize, bSize);
+  const Convolution<Layout, T> call = {
+      a, b, aSize, bSize, dst, placesOf<Full>(aSize, bSize), divisor, reciprocalOf(divisor)};
   if (areaOf(call.size) < kFewResults || areaOf(bSize) < kFewWeights) return sumUp(call);
   if (areaOf(aSize) > kTimesForTiles * areaOf(bSize)) return byTiles<Full>(call);
   return transformed(call, {whole(aSize.width, bSize.width), whole(aSize.height, bSize.height)});
@@ -322,8 +320,8 @@ ZopStatus convolveValid(Image<const T> a, ZopImageSize aSize, Image<const T> b, 
     std::swap(a, b);
     std::swap(aSize, bSize);
   }
-  Convolution<Layout, T> call(a, aSize, b, bSize, dst, divisor);
-  call.size = placesOf<Valid>(aSize, bSize);
+  const Convolution<Layout, T> call = {
+      a, b, aSize, bSize, dst, placesOf<Valid>(aSize, bSize), divisor, reciprocalOf(divisor)};
   if (ZopStatus bad = checkSize(call.size)) return bad;
   if (areaOf(bSize) < kFewWeights) return filterBySmall(call);
   if (areaOf(call.size) < kFewPlaces) return filterByRows(call);
