@@ -117,10 +117,27 @@ void addHues() {
   });
 }
 
+// To four levels.
+template <class S, class T>
+void addDither(const std::string& name, int channels,
+               ZopStatus (*function)(const S*, int, T*, int, ZopImageSize, int, int, int), int noise,
+               int dither) {
+  bench::add(name, {channels * static_cast<int>(sizeof(S))}, {channels * static_cast<int>(sizeof(T))},
+             [=](const Frame& f) {
+               function(f.source<S>(0), f.sourceStep(0), f.destination<T>(), f.destinationStep(), f.size,
+                        noise, dither, 4);
+             });
+}
+
 const bool registered = [] {
   addLumaChroma();
   addHues();
   addGammaTwistsAndGray();
+  addDither<Zop8u, Zop8u>("zopiReduceBits_8u_C1R/Bayer", 1, zopiReduceBits_8u_C1R, 0, zopDitherBayer);
+  addDither<Zop8u, Zop8u>("zopiReduceBits_8u_C1R/Bayer-noise", 1, zopiReduceBits_8u_C1R, 20, zopDitherBayer);
+  addDither<Zop8u, Zop8u>("zopiReduceBits_8u_C1R/FS", 1, zopiReduceBits_8u_C1R, 0, zopDitherFS);
+  addDither<Zop8u, Zop8u>("zopiReduceBits_8u_C3R/Stucki", 3, zopiReduceBits_8u_C3R, 0, zopDitherStucki);
+  addDither<Zop16u, Zop8u>("zopiReduceBits_16u8u_C1R/Bayer", 1, zopiReduceBits_16u8u_C1R, 0, zopDitherBayer);
   return true;
 }();
 

@@ -187,6 +187,14 @@ const std::vector<OwnCheck> kOwnChecks = {
      }},
     {"checkMaskCode(maskCode)", "maskCode", zopStatusBadMaskSize,
      [](const Argument&) { return std::vector<Value>{34, 53, 0, -33, 15, INT32_MAX}; }},
+    {"checkNoise(noise,ditherType)", "noise", zopStatusBadNoise,
+     [](const Argument&) {
+       return std::vector<Value>{-1, 101, INT32_MIN};
+     }},
+    {"checkLevels(levelCount,ditherType)", "levelCount", zopStatusBadLevels,
+     [](const Argument&) {
+       return std::vector<Value>{1, 257, INT32_MAX};
+     }},
     {"checkRowCode(maskCode)", "maskCode", zopStatusBadMaskSize,
      [](const Argument&) { return std::vector<Value>{13, 33, 55, 30, 0, -31, INT32_MIN}; }},
     {"checkColumnCode(maskCode)", "maskCode", zopStatusBadMaskSize,

@@ -557,6 +557,30 @@ Image fewCosines(const Image& picture) {
   return tile;
 }
 
+// Two levels a channel: the left half by thresholds, the right half by diffused errors.
+Image twoLevels(const Image& picture) {
+  Image tile = newColourImage(picture.size);
+  const int left = picture.size.width / 2;
+  check(zopiReduceBits_8u_C3R(picture.data(), picture.step, tile.data(), tile.step,
+                              {left, picture.size.height}, 0, zopDitherBayer, 2));
+  check(zopiReduceBits_8u_C3R(picture.data() + left * 3, picture.step, tile.data() + left * 3, tile.step,
+                              {picture.size.width - left, picture.size.height}, 0, zopDitherFS, 2));
+  return tile;
+}
+
+Image withNoise(const Image& picture) {
+  Image tile = copyOf(picture);
+  unsigned seed = 1;
+  check(zopiAddRandGauss_Direct_8u_C3IR(tile.data(), tile.step, tile.size, 0, 30, &seed));
+  return tile;
+}
+
+Image chirp(const Image& picture) {
+  Image tile = newColourImage(picture.size);
+  check(zopiImageJaehne_8u_C3R(tile.data(), tile.step, tile.size));
+  return tile;
+}
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -606,6 +630,9 @@ constexpr Tile kTiles[] = {
     {"Frequencies, packed", "zopiFFTFwd_RToPack_32f_C1R, zopiLn_32f_C1IR", packedSpectrum},
     {"Sums and differences", "zopiWTFwd_32f_C3R", subbands},
     {"Six cosines a block", "zopiDCT8x8FwdLS_8u16s_C1R, _InvLSClip", fewCosines},
+    {"Two levels", "zopiReduceBits_8u_C3R", twoLevels},
+    {"Gaussian noise", "zopiAddRandGauss_Direct_8u_C3IR", withNoise},
+    {"A radial chirp", "zopiImageJaehne_8u_C3R", chirp},
 };
 
 }  // namespace

@@ -74,10 +74,12 @@ void sines(const double* sines, std::ptrdiff_t n, T* out) {
 }
 
 // One sample in all channels.
+template <class Layout>
 struct Spread {
   template <class D, class V>
   HWY_INLINE void operator()(D, V* v) const {
-    v[1] = v[2] = v[3] = v[0];
+#pragma GCC unroll 4
+    for (int c = 1; c < Layout::channels; ++c) v[c] = v[0];
   }
 };
 
@@ -85,7 +87,7 @@ template <class Layout, class Bits>
 void spread(const Bits* values, std::ptrdiff_t n, Bits* pixels) {
   const Image<const Bits> from = {values, 0};
   const Image<Bits> to = {pixels, 0};
-  pixelRows<Spread, C1, Layout, Bits>(&from, &to, {n, 1});
+  pixelRows<Spread<Layout>, C1, Layout, Bits>(&from, &to, {n, 1});
 }
 
 template <class T>

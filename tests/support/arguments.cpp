@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "zopi/color.h"
 #include "zopi/geom.h"
 #include "zopi/transform.h"
 
@@ -36,7 +37,7 @@ Value fourierContext(const Function& function) {
   if (name.find("32s") != std::string::npos) return contextFrom(zopiFFTInitAlloc_R_32s);
   return contextFrom(zopiFFTInitAlloc_R_32f);
 }
-int bufferBytes;
+thread_local int bufferBytes;
 
 // A context with filters of two and three taps, of the kind that a function takes.
 template <class State>
@@ -55,7 +56,7 @@ Value waveletContext(const Function& function) {
     return ofC1 ? contextFrom(zopiWTFwdInitAlloc_32f_C1R) : contextFrom(zopiWTFwdInitAlloc_32f_C3R);
   return ofC1 ? contextFrom(zopiWTInvInitAlloc_32f_C1R) : contextFrom(zopiWTInvInitAlloc_32f_C3R);
 }
-Zop8u waveletBuffer[1 << 14];
+thread_local Zop8u waveletBuffer[1 << 14];
 
 bool ofWavelets(const Function& function) { return std::strncmp(function.operation, "WT", 2) == 0; }
 
@@ -72,6 +73,9 @@ Value goodParameter(const Function& function, const Argument& argument) {
   if (name == "divisor") return 3;
   if (name == "xFactor" || name == "yFactor" || name == "xFr" || name == "yFr") return 1.0;
   if (name == "interpolation") return zopInterLinear;
+  if (name == "levelCount") return 2;
+  if (name == "ditherType") return static_cast<int>(zopDitherStucki);
+  if (name == "noise") return 50;
   if (name == "srcSize") return ZopImageSize{5, 3};
   if (name == "srcRoi") return ZopImageRect{0, 0, 5, 3};
   // As many places as the image has pixels, whatever the function takes for a place.
@@ -132,6 +136,12 @@ Arguments::Arguments(const Function& function, ZopImageSize size)
       values.push_back(parameters[i]);
     }
   }
+}
+
+std::vector<std::vector<unsigned char>> Arguments::bytes() const {
+  std::vector<std::vector<unsigned char>> result;
+  for (const auto& region : memory_) result.push_back(region->bytes());
+  return result;
 }
 
 bool Arguments::untouched() const {
