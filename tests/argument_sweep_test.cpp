@@ -112,6 +112,18 @@ constexpr char kInterpolationOrMeans[] = "checkInterpolation(interpolation,xFact
 std::vector<Value> unknownInterpolations(const Argument&) { return {0, 3, 5, 8, 16, INT32_MIN}; }
 std::vector<Value> neverInterpolations(const Argument&) { return {0, 3, 5, 16, INT32_MIN}; }
 
+std::vector<Value> badOrders(const Argument&) { return {-1, 4, INT32_MAX, INT32_MIN}; }
+
+// Arrays of levels for each channel, and their counts.
+constexpr char kOuterOfRange[] = "checkPointers(pHist,pLevels,nLevels)";
+constexpr char kOuterOfEven[] = "checkPointers(pHist,pLevels,nLevels,lowerLevel,upperLevel)";
+constexpr char kOuterOfCurves[] = "checkPointers(pValues,pLevels,nLevels)";
+std::vector<Value> oneLevelSomewhere(const Argument&) {
+  static int counts[2][4] = {{1, 5, 5, 5}, {5, 5, INT32_MIN, 5}};
+  return {static_cast<void*>(counts[0]), static_cast<void*>(counts[1])};
+}
+std::vector<Value> tooFewLevels(const Argument&) { return {1, 0, INT32_MIN}; }
+
 const std::vector<OwnCheck> kOwnChecks = {
     {"checkSize(srcSize)", "srcSize", zopStatusBadSize, badSizes},
     {"checkRegion(srcRoi)", "srcRoi", zopStatusBadSize, badRegions},
@@ -215,6 +227,35 @@ const std::vector<OwnCheck> kOwnChecks = {
        return std::vector<Value>{0.0f, -1e-45f, -HUGE_VALF};
      }},
     {"checkContext(pFFTSpec)", "pFFTSpec", zopStatusBadContext, noContext},
+    {"checkPointers(pState)", "pState", zopStatusNullPointer, nothing},
+    {"checkKind<Zop64f>(pState)", "pState", zopStatusBadContext, noContext},
+    {"checkKind<Zop64s>(pState)", "pState", zopStatusBadContext, noContext},
+    {"checkOrders(mOrd,nOrd)", "mOrd", zopStatusBadSize, badOrders},
+    {"checkOrders(mOrd,nOrd)", "nOrd", zopStatusBadSize, badOrders},
+    {"checkChannel(pState,channel)", "channel", zopStatusBadMomentChannel,
+     [](const Argument&) {
+       return std::vector<Value>{-1, 3, INT32_MAX};
+     }},
+    {"checkRow<@L,@S>(srcStep,roiSize)", "srcStep", zopStatusBadStride, tooShort},
+    {"checkPointers(pHist,pLevels)", "pHist", zopStatusNullPointer, nothing},
+    {"checkPointers(pHist,pLevels)", "pLevels", zopStatusNullPointer, nothing},
+    {kOuterOfRange, "pHist", zopStatusNullPointer, nothing},
+    {kOuterOfRange, "pLevels", zopStatusNullPointer, nothing},
+    {kOuterOfRange, "nLevels", zopStatusNullPointer, nothing},
+    {kOuterOfEven, "pHist", zopStatusNullPointer, nothing},
+    {kOuterOfEven, "pLevels", zopStatusNullPointer, nothing},
+    {kOuterOfEven, "nLevels", zopStatusNullPointer, nothing},
+    {kOuterOfEven, "lowerLevel", zopStatusNullPointer, nothing},
+    {kOuterOfEven, "upperLevel", zopStatusNullPointer, nothing},
+    {"checkLevelCount(nLevels)", "nLevels", zopStatusBadHistogramLevels, tooFewLevels},
+    {"checkBins<@L>(pHist,pLevels,nLevels)", "nLevels", zopStatusBadHistogramLevels, oneLevelSomewhere},
+    {"checkPointCount(nLevels)", "nLevels", zopStatusBadLutLevels, tooFewLevels},
+    {"checkPointers(pValues,pLevels)", "pValues", zopStatusNullPointer, nothing},
+    {"checkPointers(pValues,pLevels)", "pLevels", zopStatusNullPointer, nothing},
+    {kOuterOfCurves, "pValues", zopStatusNullPointer, nothing},
+    {kOuterOfCurves, "pLevels", zopStatusNullPointer, nothing},
+    {kOuterOfCurves, "nLevels", zopStatusNullPointer, nothing},
+    {"checkCurves<@L>(pValues,pLevels,nLevels)", "nLevels", zopStatusBadLutLevels, oneLevelSomewhere},
     {"checkContext(pState)", "pState", zopStatusBadContext, noContext},
     {"checkThresholds(thresholdLT,thresholdGT)", "thresholdLT", zopStatusBadThresholds, tooHigh},
     {"checkAlphaType(alphaType)", "alphaType", zopStatusBadAlphaType, unknownAlphaTypes},

@@ -149,6 +149,76 @@ TEST(MemorySweep, EveryWayOfAConvolution) {
   call(false, {{300, 13}, {290, 12}});
 }
 
+TEST(MemorySweep, StatesOfMoments) {
+  ZopMomentState* state = nullptr;
+  allocations = outstanding = 0;
+  failAt = 1;
+  counting = true;
+  const ZopStatus refused = zopiMomentInitAlloc_64s(&state, 0), made = zopiMomentInitAlloc_64f(&state, 0);
+  if (made == zopStatusOk) zopiMomentFree_64f(state);
+  counting = false;
+  EXPECT_EQ(zopStatusNoMemory, refused);
+  EXPECT_EQ(zopStatusOk, made);
+  EXPECT_EQ(0, outstanding);
+}
+
+// Tables of all words are only taken where they pay: a call that takes none cannot fail.
+TEST(MemorySweep, TablesOfWords) {
+  const std::vector<Zop16s> image(40000);
+  std::vector<Zop16s> out(40000);
+  std::vector<Zop32s> increasing(500), other(500), counts(500);
+  for (int k = 0; k < 500; ++k) {
+    increasing[k] = 50 * k - 12500;
+    other[k] = k % 2 == 0 ? k : -k;
+  }
+  const auto status = [&](const auto& call) {
+    allocations = outstanding = 0;
+    failAt = 1;
+    counting = true;
+    const ZopStatus result = call();
+    counting = false;
+    EXPECT_EQ(0, outstanding);
+    return result;
+  };
+  const auto histogram = [&](const std::vector<Zop32s>& levels, int width, int height, int count) {
+    return status([&] {
+      return zopiHistogramRange_16s_C1R(image.data(), 2 * width, {width, height}, counts.data(),
+                                        levels.data(), count);
+    });
+  };
+  EXPECT_EQ(zopStatusOk, histogram(increasing, 200, 200, 22));
+  EXPECT_EQ(zopStatusNoMemory, histogram(increasing, 200, 200, 23));
+  EXPECT_EQ(0, counts[0]);  // all counts are 0, though all samples are in a bin
+  EXPECT_EQ(zopStatusOk, histogram(increasing, 12543, 1, 500));
+  EXPECT_EQ(zopStatusOk, histogram(increasing, 12544, 1, 214));
+  EXPECT_EQ(zopStatusNoMemory, histogram(increasing, 12544, 1, 215));
+  EXPECT_EQ(zopStatusOk, histogram(other, 1023, 1, 500));
+  EXPECT_EQ(zopStatusOk, histogram(other, 32, 32, 442));
+  EXPECT_EQ(zopStatusNoMemory, histogram(other, 32, 32, 443));
+  EXPECT_EQ(zopStatusOk, histogram(other, 200, 200, 14));
+  EXPECT_EQ(zopStatusNoMemory, histogram(other, 200, 200, 15));
+  const auto even = [&](int upper) {
+    return status([&] {
+      std::vector<Zop32s> levels(101);
+      return zopiHistogramEven_16s_C1R(image.data(), 400, {200, 200}, counts.data(), levels.data(), 101, 0,
+                                       upper);
+    });
+  };
+  EXPECT_EQ(zopStatusOk, even(1000));
+  EXPECT_EQ(zopStatusOk, even(0));
+  EXPECT_EQ(zopStatusNoMemory, even(1001));
+
+  const auto map = [&](auto function, int width) {
+    return status([&] {
+      return function(image.data(), 2 * width, out.data(), 2 * width, {width, 1}, other.data(),
+                      increasing.data(), 500);
+    });
+  };
+  EXPECT_EQ(zopStatusOk, map(zopiLUT_16s_C1R, 6400));
+  EXPECT_EQ(zopStatusNoMemory, map(zopiLUT_16s_C1R, 6401));
+  EXPECT_EQ(zopStatusOk, map(zopiLUT_Cubic_16s_C1R, 6400));
+}
+
 TEST(MemorySweep, ImageMemoryRunsOut) {
   int step = 0;
   allocations = outstanding = 0;

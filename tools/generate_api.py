@@ -108,7 +108,7 @@ class Argument:
         words = text.split()
         self.kind, *own = words[0].split(":")
         self.function = name
-        self.name = "roiSize" if words == ["roi"] else words[-1]
+        self.name = "roiSize" if words == ["roi"] else words[-1].partition("[")[0]
         if self.kind not in (*SOURCES, "dst", "inout", "mask", "constant", "result", "roi"):
             self.kind, self.declaration = "value", text
         type_, layout = name.source if self.kind in (*SOURCES, "inout", "constant", "result") else name.destination

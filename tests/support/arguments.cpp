@@ -7,6 +7,7 @@
 
 #include "zopi/color.h"
 #include "zopi/geom.h"
+#include "zopi/stats.h"
 #include "zopi/transform.h"
 
 namespace registry {
@@ -39,6 +40,19 @@ Value fourierContext(const Function& function) {
 }
 thread_local int bufferBytes;
 
+// A state that holds moments of three channels, of the kind that a function takes.
+template <auto kInit, auto kCompute>
+void* stateFrom() {
+  static ZopMomentState* const state = [] {
+    ZopMomentState* made = nullptr;
+    const Zop8u pixel[3] = {1, 2, 3};
+    kInit(&made, 0);
+    kCompute(pixel, 3, {1, 1}, made);
+    return made;
+  }();
+  return state;
+}
+
 // A context with filters of two and three taps, of the kind that a function takes.
 template <class State>
 void* contextFrom(ZopStatus (*init)(State**, const Zop32f*, int, int, const Zop32f*, int, int)) {
@@ -48,6 +62,35 @@ void* contextFrom(ZopStatus (*init)(State**, const Zop32f*, int, int, const Zop3
     return made;
   }();
   return state;
+}
+Value momentState(const Function& function) {
+  const bool integers = std::string(function.name).find("64s") != std::string::npos;
+  return integers ? stateFrom<zopiMomentInitAlloc_64s, zopiMoments64s_8u_C3R>()
+                  : stateFrom<zopiMomentInitAlloc_64f, zopiMoments64f_8u_C3R>();
+}
+
+// Five points of a curve or levels of a histogram, the same ones for every channel, and memory for counts.
+constexpr int kLevels = 5;
+Zop32s levels[kLevels] = {0, 10, 20, 90, 100};
+Zop32f numberLevels[kLevels] = {0, 10, 20, 90, 100};
+Zop32s counts[kLevels];
+template <class T>
+Value forEachChannel(const Function& function, T* one) {
+  static T* all[4] = {one, one, one, one};
+  return function.sourceLayout == std::string("C1") ? one : static_cast<void*>(all);
+}
+Value forEachChannel(const Function& function, int number) {
+  static int all[3][4] = {{0, 0, 0, 0}, {5, 5, 5, 5}, {100, 100, 100, 100}};
+  if (function.sourceLayout == std::string("C1")) return number;
+  return static_cast<void*>(all[number / kLevels > 1 ? 2 : number / kLevels]);
+}
+Value levelParameter(const Function& function, const std::string& name) {
+  if (name == "nLevels") return forEachChannel(function, kLevels);
+  if (name == "lowerLevel") return forEachChannel(function, 0);
+  if (name == "upperLevel") return forEachChannel(function, 100);
+  if (name == "pHist") return forEachChannel(function, counts);
+  if (function.sourceType == std::string("32f")) return forEachChannel(function, numberLevels);
+  return forEachChannel(function, levels);
 }
 Value waveletContext(const Function& function) {
   const std::string name = function.name;
@@ -81,9 +124,10 @@ Value goodParameter(const Function& function, const Argument& argument) {
   // As many places as the image has pixels, whatever the function takes for a place.
   if (name == "src2Size" || name == "tplRoiSize") return ZopImageSize{1, 1};
   if (name == "pFFTSpec") return fourierContext(function);
-  if (name == "pState") return waveletContext(function);
+  if (name == "pState") return ofWavelets(function) ? waveletContext(function) : momentState(function);
   if (name == "pBuffer" && ofWavelets(function)) return static_cast<void*>(waveletBuffer);
   if (name == "pBufSize" || name == "pSize") return &bufferBytes;
+  if (operation.starts_with("Histogram") || operation == "LUT") return levelParameter(function, name);
   return {};
 }
 
