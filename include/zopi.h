@@ -11,6 +11,7 @@
 #include "zopi/compare.h"
 #include "zopi/convert.h"
 #include "zopi/core.h"
+#include "zopi/correlation.h"
 #include "zopi/filter.h"
 #include "zopi/geom.h"
 #include "zopi/logic.h"

@@ -182,6 +182,14 @@ const std::vector<OwnCheck> kOwnChecks = {
      [](const Argument&) {
        return std::vector<Value>{ZopImageSize{0, 5}, ZopImageSize{-4, 5}};
      }},
+    {"checkConvolutionDivisor(divisor)", "divisor", zopStatusZeroDivisor,
+     [](const Argument&) { return std::vector<Value>{0}; }},
+    {"checkSize(src2Size)", "src2Size", zopStatusBadSize, badSizes},
+    {"checkTemplate(srcRoiSize,tplRoiSize)", "tplRoiSize", zopStatusBadSize,
+     [](const Argument&) {
+       return std::vector<Value>{ZopImageSize{0, 1}, ZopImageSize{1, INT32_MIN}, ZopImageSize{6, 1},
+                                 ZopImageSize{1, 4}};
+     }},
     {"checkKernelDivisor(divisor)", "divisor", zopStatusZeroDivisor,
      [](const Argument&) { return std::vector<Value>{0}; }},
     {"checkAnchor(maskSize,anchor)", "anchor", zopStatusBadAnchor,

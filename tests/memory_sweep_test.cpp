@@ -118,6 +118,37 @@ TEST(MemorySweep, ContextsAreMadeWholeOrNotAtAll) {
   makeWavelet(zopiWTInvInitAlloc_32f_C3R, zopiWTInvFree_32f_C3R);
 }
 
+// The sweep's small images are of one pixel; larger ones take other ways.
+TEST(MemorySweep, EveryWayOfAConvolution) {
+  struct Sizes {
+    ZopImageSize a, b;
+  };
+  const auto call = [](bool full, Sizes s) {
+    const std::vector<Zop8u> a(s.a.width * s.a.height * 3, 1), b(s.b.width * s.b.height * 3, 1);
+    for (int n = 1;; ++n) {
+      std::vector<Zop8u> out(300 * 300 * 3, 7);
+      allocations = outstanding = 0;
+      failAt = n;
+      counting = true;
+      const ZopStatus status = (full ? zopiConvFull_8u_C3R : zopiConvValid_8u_C3R)(
+          a.data(), s.a.width * 3, s.a, b.data(), s.b.width * 3, s.b, out.data(), 900, 1000);
+      counting = false;
+      EXPECT_EQ(0, outstanding) << "at allocation " << n;
+      if (allocations < n) {
+        EXPECT_EQ(zopStatusOk, status);
+        break;
+      }
+      EXPECT_EQ(zopStatusNoMemory, status) << "at allocation " << n;
+      EXPECT_EQ(out, std::vector<Zop8u>(300 * 300 * 3, 7)) << "at allocation " << n;
+    }
+  };
+  for (const Sizes s : {Sizes{{20, 20}, {4, 4}}, {{40, 40}, {20, 20}}, {{200, 200}, {12, 12}}}) {
+    call(true, s);
+    call(false, s);
+  }
+  call(false, {{300, 13}, {290, 12}});
+}
+
 TEST(MemorySweep, StatesOfMoments) {
   ZopMomentState* state = nullptr;
   allocations = outstanding = 0;

@@ -456,6 +456,53 @@ Image packedSpectrum(const Image& picture) {
   return tile;
 }
 
+// Smeared along a diagonal, as by a camera that moved.
+Image smeared(const Image& picture) {
+  constexpr int kSide = 25;
+  std::vector<Zop8u> streak(kSide * kSide * 3);
+  for (int i = 0; i < kSide; ++i) {
+    for (int c = 0; c < 3; ++c) streak[(i * kSide + i) * 3 + c] = 1;
+  }
+  const ZopImageSize size = {picture.size.width + kSide - 1, picture.size.height + kSide - 1};
+  const Image full = newColourImage(size);
+  check(zopiConvFull_8u_C3R(picture.data(), picture.step, picture.size, streak.data(), kSide * 3,
+                            {kSide, kSide}, full.data(), full.step, kSide));
+  Image tile = newColourImage(picture.size);
+  check(zopiCopy_8u_C3R(full.row(kSide / 2) + kSide / 2 * 3, full.step, tile.data(), tile.step, tile.size));
+  return tile;
+}
+
+// How much each place looks like a small part of the picture, whatever its brightness, and a frame around the
+// place that does most.
+Image matchMap(const Image& picture) {
+  const auto [width, height] = picture.size;
+  const int side = height / 6;
+  const ZopImageSize part = {side, side};
+  const Image luma = newGrayImage(picture.size);
+  std::vector<Zop32f> map(static_cast<std::size_t>(width) * height);
+  const int mapStep = width * static_cast<int>(sizeof(Zop32f));
+  check(zopiRGBToGray_8u_C3C1R(picture.data(), picture.step, luma.data(), luma.step, luma.size));
+  check(zopiCrossCorrSame_NormLevel_8u32f_C1R(luma.data(), luma.step, luma.size,
+                                              luma.row(height / 3) + width * 2 / 5, luma.step, part,
+                                              map.data(), mapStep));
+  Zop32f most;
+  int x, y;
+  check(zopiMaxIndx_32f_C1R(map.data(), mapStep, luma.size, &most, &x, &y));
+  check(zopiScale_32f8u_C1R(map.data(), mapStep, luma.data(), luma.step, luma.size, 0, 1));
+  Image tile = newColourImage(picture.size);
+  for (int c = 0; c < 3; ++c)
+    check(zopiCopy_8u_C1C3R(luma.data(), luma.step, tile.data() + c, tile.step, tile.size));
+  const Zop8u colour[3] = {255, 160, 0};
+  constexpr int kLine = 2;
+  Zop8u* const corner = tile.row(y - side / 2) + (x - side / 2) * 3;
+  const int down = (side - kLine) * tile.step, across = (side - kLine) * 3;
+  check(zopiSet_8u_C3R(colour, corner, tile.step, {side, kLine}));
+  check(zopiSet_8u_C3R(colour, corner + down, tile.step, {side, kLine}));
+  check(zopiSet_8u_C3R(colour, corner, tile.step, {kLine, side}));
+  check(zopiSet_8u_C3R(colour, corner + across, tile.step, {kLine, side}));
+  return tile;
+}
+
 constexpr int kBytes = 256;
 using Counts = std::array<std::array<Zop32s, kBytes>, 3>;
 
@@ -679,6 +726,8 @@ constexpr Tile kTiles[] = {
     {"The brightest of 5x5", "zopiFilterMax_8u_C3R", brightest},
     {"Opened by a disc", "zopiErode_8u_C3R, zopiDilate_8u_C3R", opened},
     {"Embossed", "zopiFilter_8u_C3R", embossed},
+    {"Smeared along a diagonal", "zopiConvFull_8u_C3R", smeared},
+    {"Where it looks like the framed part", "zopiCrossCorrSame_NormLevel_8u32f_C1R", matchMap},
     {"A thumbnail of means", "zopiResize_8u_C3R, 0.4", withThumbnail},
     {"Linear and cubic", "zopiResizeCenter_8u_C3R, 1.5", enlargedSmoothly},
     {"Nearest and linear", "zopiResizeCenter_8u_C3R, 6", enlargedByRepeating},

@@ -141,8 +141,8 @@ void walkNeighbours(bool parallel, Extent e, const Body& body, I... images) {
   }
 }
 
-// The rows shared by a team, each thread with a slice of one buffer of `sliceBytes` a thread. The body is
-// called once a thread, `body(slice, begin, end)`, and primes its slice at its first row. Where the gate
+// The rows shared by a team, each thread that gets any with a slice of `sliceBytes` of one buffer. The body
+// is called once by each, `body(slice, begin, end)`, and primes its slice at its first row. Where the gate
 // fails there is one slice and no region. -9 if there is no memory: then no row was touched.
 template <class Body>
 ZopStatus walkSlices(bool parallel, int rows, int sliceBytes, const Body& body) {
@@ -158,7 +158,7 @@ ZopStatus walkSlices(bool parallel, int rows, int sliceBytes, const Body& body) 
   {
 #pragma omp master
     {
-      const std::int64_t bytes = static_cast<std::int64_t>(sliceBytes) * omp_get_num_threads();
+      const std::int64_t bytes = std::int64_t{sliceBytes} * std::min(omp_get_num_threads(), rows);
       buffer =
           bytes <= INT32_MAX ? static_cast<unsigned char*>(zopAllocBytes(static_cast<int>(bytes))) : nullptr;
     }
@@ -180,6 +180,7 @@ ZopStatus walkSlices(bool parallel, int rows, int sliceBytes, const Body& body) 
 // remainder. A body may be handed an empty band.
 template <class Body>
 void walkBands(int rows, const Body& body) {
+  if (omp_get_max_threads() == 1) return body(0, rows);
 #pragma omp parallel
   {
     const int thread = omp_get_thread_num(), threads = omp_get_num_threads();

@@ -62,32 +62,16 @@ struct Filtering {
       const RoundingToNearest nearest;
       rows(kernel, shape, window.from(begin), dst.from(begin), {whole.length, end - begin, whole.stream});
     };
-    if (omp_get_max_threads() == 1)
-      band(0, size.height);
-    else
-      walkBands(size.height, band);
+    walkBands(size.height, band);
     return zopStatusOk;
   }
 
   // `weight(i)` is the weight i of the kernel as a lane. `kTogether` weights of a row share one.
   template <class Lane, int kTogether, class Weight>
   ZopStatus runWith(typename GeneralRows<T>::Band rows, Kernel kernel, const Weight& weight) const {
-    const std::int64_t taps = (std::int64_t{kernelSize.width} - 1) / kTogether + 1,
-                       last = areaOf(kernelSize) - 1;
-    const Taps<Lane> memory(taps * kernelSize.height);
-    Lane* tap = memory.lanes();
-    if (tap == nullptr) return zopStatusNoMemory;
-    std::int64_t next = last;
-    for (int y = 0; y < kernelSize.height; ++y) {
-      for (int x = 0; x < kernelSize.width; ++x, --next) {
-        if constexpr (kTogether == 1)
-          *tap++ = weight(next);
-        else if (x % 2 == 0)
-          *tap++ = weight(next) & 0xffff;
-        else
-          tap[-1] |= weight(next) << 16;
-      }
-    }
+    const Taps<Lane> memory(tapCount(kernelSize, kTogether));
+    if (memory.lanes() == nullptr) return zopStatusNoMemory;
+    turn<Lane, kTogether>(kernelSize, weight, memory.lanes());
     kernel.width = kernelSize.width;
     kernel.height = kernelSize.height;
     kernel.taps = memory.lanes();

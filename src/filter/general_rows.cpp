@@ -6,6 +6,7 @@
 #include "hwy/highway.h"
 //
 #include <cstring>
+#include <limits>
 #include <type_traits>
 #include <utility>
 
@@ -181,6 +182,13 @@ struct FromIntegers {
       const auto divided = [&](auto dd, auto v)
                                HWY_ATTR { return held<T>(dd, hn::Round(hn::Mul(v, hn::Set(dd, factor)))); };
       return hn::DemoteTo(SamplesOf<T, D>(), inDoubles(d, divided, sums));
+    } else if constexpr (kDivision == Division::kFactorAndHalf) {
+      const auto divided = [&](auto dd, auto v) HWY_ATTR {
+        const auto lowest = hn::Set(dd, double{std::numeric_limits<T>::min()});
+        const auto quotient = held<T>(dd, hn::Mul(v, hn::Set(dd, factor)));
+        return hn::IfThenElse(hn::Le(quotient, lowest), lowest, hn::Add(quotient, hn::Set(dd, 0.5)));
+      };
+      return hn::DemoteTo(SamplesOf<T, D>(), inDoubles(d, divided, sums));
     } else {
       return hn::DemoteTo(SamplesOf<T, D>(), held<T>(d, sums));
     }
@@ -217,6 +225,8 @@ HWY_INLINE void finishRow(const Kernel& kernel, bool keepsAlpha, const Lane* sum
     finish<FromDoubles<T>>(kernel, keepsAlpha, sums, out, n, stream);
   } else if (kernel.division == Division::kFactor) {
     finish<FromIntegers<T, Division::kFactor>>(kernel, keepsAlpha, sums, out, n, stream);
+  } else if (kernel.division == Division::kFactorAndHalf) {
+    finish<FromIntegers<T, Division::kFactorAndHalf>>(kernel, keepsAlpha, sums, out, n, stream);
   } else if constexpr (std::is_same_v<T, uint8_t>) {
     if (kernel.division == Division::kShift)
       finish<FromIntegers<T, Division::kShift>>(kernel, keepsAlpha, sums, out, n, stream);

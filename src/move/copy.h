@@ -50,4 +50,25 @@ ZopStatus copyWritten(Image<const T> src, Image<T> dst, ZopImageSize size) {
     return copyPixels<Layout>(src, dst, size);
 }
 
+// Moves between images that hold `kFrom` and `kTo` samples a pixel.
+template <int kFrom, int kTo, class T, class Row>
+ZopStatus movePixels(Image<const T> src, Image<T> dst, ZopImageSize size, Row row) {
+  using Bits = BitsOf<T>;
+  walkPixels(size, row, src.template as<Bits, kFrom>(), dst.template as<Bits, kTo>());
+  return zopStatusOk;
+}
+
+// One channel of pixels as an image of its own, and back. Both point to that channel's first sample.
+template <class Layout, class T>
+ZopStatus extractChannel(Image<const T> src, Image<T> dst, ZopImageSize size) {
+  constexpr int n = Layout::channels;
+  return movePixels<n, 1>(src, dst, size, copyTable().template of<BitsOf<T>>().extract[n]);
+}
+
+template <class Layout, class T>
+ZopStatus insertChannel(Image<const T> src, Image<T> dst, ZopImageSize size) {
+  constexpr int n = Layout::channels;
+  return movePixels<1, n>(src, dst, size, copyTable().template of<BitsOf<T>>().insert[n]);
+}
+
 }  // namespace zopi

@@ -10,6 +10,8 @@
 #include "move/copy.h"
 #include "transform/context.h"
 #include "transform/fft_rows.h"
+#include "transform/packed_products.h"
+#include "transform/tile_filter.h"
 #include "zopi/transform.h"
 
 namespace zopi {
@@ -272,6 +274,52 @@ void fromPack(const ZopFFTSpec_R_32f& spec, Image<const float> src, Image<float>
   }
 }
 
+// A filter of tiles that are no higher than what goes through lanes on the stack: the first and the last
+// column of the spectrum, in packed order, then the columns between, in lanes. Of higher tiles it is the
+// spectrum as it is.
+bool isInLanes(int orderY) { return orderY <= kFftStackOrder; }
+
+template <class T>
+T* lanesOf(const ZopFFTSpec_R_32f& spec, T* filter) {
+  return filter + 2 * std::ptrdiff_t{spec.height()};
+}
+
+ComplexColumns innerColumns(const ZopFFTSpec_R_32f& spec, Image<float> tile) {
+  return {{tile.at + 1, tile.step}, spec.width() / 2 - 1, 1, 1};
+}
+
+// The first and the last column, one after the other.
+void takeEnds(const ZopFFTSpec_R_32f& spec, Image<const float> tile, float* ends) {
+  for (int y = 0; y < spec.height(); ++y) {
+    ends[y] = tile.row(y)[0];
+    ends[spec.height() + y] = tile.row(y)[spec.width() - 1];
+  }
+}
+void giveEnds(const ZopFFTSpec_R_32f& spec, const float* ends, Image<float> tile) {
+  for (int y = 0; y < spec.height(); ++y) {
+    tile.row(y)[0] = ends[y];
+    tile.row(y)[spec.width() - 1] = ends[spec.height() + y];
+  }
+}
+
+// Rows of tiles there and back.
+void tileRowsToPack(const ZopFFTSpec_R_32f& spec, Image<float> tile, TileRows rows, float* buffer) {
+  const Image<float> from = tile.from(rows.begin);
+  fftTable().toPack(spec.rows, spec.scaleX.forward, rowSignals(Image<const float>(from)), rowSignals(from),
+                    rows.end - rows.begin, buffer);
+}
+void tileRowsFromPack(const ZopFFTSpec_R_32f& spec, Image<float> tile, TileRows rows, float* buffer) {
+  const Image<float> from = tile.from(rows.begin);
+  fftTable().fromPack(spec.rows, spec.scaleX.inverse, rowSignals(Image<const float>(from)), rowSignals(from),
+                      rows.end - rows.begin, buffer);
+}
+void tileColumns(const ZopFFTSpec_R_32f& spec, Direction direction, Image<float> tile, float* buffer) {
+  const bool forward = direction == Direction::Forward;
+  const float scale = forward ? spec.scaleY.forward : spec.scaleY.inverse;
+  transformEnds<C1>(spec, forward ? fftTable().toPack : fftTable().fromPack, scale, tile, buffer);
+  transformColumns<C1>(spec, direction, scale, tile, buffer);
+}
+
 template <class Layout>
 ZopStatus transformToPack(Image<const float> src, Image<float> dst, const ZopFFTSpec_R_32f* spec,
                           Zop8u* callersBuffer) {
@@ -322,6 +370,70 @@ ZopStatus transformFromPack(Image<const Zop32s> src, Image<Zop8u> dst, const Zop
 }
 
 }  // namespace
+
+std::ptrdiff_t tileFilterBytes(int orderX, int orderY) {
+  const std::int64_t width = std::int64_t{1} << orderX, height = std::int64_t{1} << orderY;
+  const std::int64_t columns = std::max<std::int64_t>(width / 2, kFftLanes);
+  return static_cast<std::ptrdiff_t>(height * (isInLanes(orderY) ? 2 + 2 * columns : width) * 4);
+}
+
+void makeTileFilter(const ZopFFTSpec_R_32f& spec, Image<float> tile, int rows, bool conjugate, float* filter,
+                    float* buffer) {
+  tileRowsToPack(spec, tile, {0, rows}, buffer);
+  tileColumns(spec, Direction::Forward, tile, buffer);
+  // The imaginary parts of the ends stand in every second row.
+  const auto conjugateColumn = [&](float* at, std::ptrdiff_t stride) {
+    for (int y = 2; conjugate && y < spec.height(); y += 2) at[y * stride] = -at[y * stride];
+  };
+  if (isInLanes(spec.orderY)) {
+    takeEnds(spec, tile, filter);
+    conjugateColumn(filter, 1);
+    conjugateColumn(filter + spec.height(), 1);
+    if (spec.width() > 2)
+      fftTable().takeLanes(innerColumns(spec, tile), spec.height(), conjugate, lanesOf(spec, filter));
+    return;
+  }
+  const Image<float> spectrum = {filter, spec.width() * static_cast<std::ptrdiff_t>(sizeof(float))};
+  copyPixels<C1>(Image<const float>(tile), spectrum, {spec.width(), spec.height()});
+  conjugateColumn(filter, spec.width());
+  conjugateColumn(filter + spec.width() - 1, spec.width());
+  for (int y = 0; conjugate && y < spec.height(); ++y) {
+    for (int x = 2; x < spec.width() - 1; x += 2) spectrum.row(y)[x] = -spectrum.row(y)[x];
+  }
+}
+
+void applyTileFilter(const ZopFFTSpec_R_32f& spec, const float* filter, Image<float> tile, TileRows filled,
+                     TileRows wanted, float* buffer) {
+  tileRowsToPack(spec, tile, filled, buffer);
+  if (isInLanes(spec.orderY)) {
+    // The last vector of columns goes over the last column, and overwrites it. Both ends are elsewhere until
+    // then.
+    const std::ptrdiff_t step = spec.height() * static_cast<std::ptrdiff_t>(sizeof(float));
+    const Image<float> ends = {buffer, step};
+    takeEnds(spec, tile, ends.at);
+    fftTable().toPack(spec.ends, spec.scaleY.forward, rowSignals(Image<const float>(ends)), rowSignals(ends),
+                      2, nullptr);
+    for (int i = 0; i < 2; ++i) {
+      const Image<float> column = {ends.row(i), sizeof(float)};
+      multiplyPackedColumn<C1>(packedTable().of<C1>().product, 0.0f,
+                               Image<const float>{filter + i * spec.height(), sizeof(float)},
+                               Image<const float>(column), column, spec.height());
+    }
+    fftTable().fromPack(spec.ends, spec.scaleY.inverse, rowSignals(Image<const float>(ends)),
+                        rowSignals(ends), 2, nullptr);
+    if (spec.width() > 2)
+      fftTable().filterColumns(spec.columns, spec.scaleY.inverse, innerColumns(spec, tile),
+                               lanesOf(spec, filter));
+    giveEnds(spec, ends.at, tile);
+  } else {
+    const Image<const float> spectrum = {filter, spec.width() * static_cast<std::ptrdiff_t>(sizeof(float))};
+    tileColumns(spec, Direction::Forward, tile, buffer);
+    multiplyPacked<C1>(spectrum, tile, tile, {spec.width(), spec.height()});
+    tileColumns(spec, Direction::Inverse, tile, buffer);
+  }
+  tileRowsFromPack(spec, tile, wanted, buffer);
+}
+
 }  // namespace zopi
 
 #include "transform/fft.exports.inc"

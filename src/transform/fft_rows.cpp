@@ -18,7 +18,7 @@ namespace HWY_NAMESPACE {
 namespace {
 
 // Eight signals at a time: longer vectors would need more memory between the passes than they save work.
-using Lanes = hn::CappedTag<float, 8>;
+using Lanes = hn::CappedTag<float, kFftLanes>;
 using Vector = hn::Vec<Lanes>;
 constexpr std::ptrdiff_t V = hn::MaxLanes(Lanes());
 
@@ -558,6 +558,43 @@ void columns(const LaneFft& fft, Direction direction, float scale, const Complex
     columnsIn<Direction::Inverse>(fft, scale, columns, work);
 }
 
+// Points that stay in lanes,
+struct PointsOut {
+  float* at;
+  HWY_INLINE void operator()(std::ptrdiff_t n, Point p) const { putPoint(p, at + n * kPoint); }
+};
+// and products of such points, on their way back.
+struct ProductsIn {
+  const float *a, *b;
+  HWY_INLINE Point operator()(std::ptrdiff_t n) const {
+    return turnedAround<Direction::Inverse>(multiply(getPoint(a + n * kPoint), getPoint(b + n * kPoint)));
+  }
+};
+
+void takeLanes(const ComplexColumns& columns, int height, bool conjugate, float* lanes) {
+  const auto sign = hn::Set(Lanes(), conjugate ? -1.0f : 1.0f);
+  for (std::ptrdiff_t begin = 0; begin < columns.count; begin += V) {
+    const std::ptrdiff_t count = HWY_MIN(V, columns.count - begin);
+    for (int y = 0; y < height; ++y, lanes += kPoint) {
+      HWY_ALIGN float numbers[kPoint] = {};
+      std::memcpy(numbers, columns.image.row(y) + 2 * begin, 2 * count * sizeof(float));
+      const Point p = loadNumbers(numbers);
+      putPoint({p.re, hn::Mul(p.im, sign)}, lanes);
+    }
+  }
+}
+
+void filterColumns(const LaneFft& fft, float scale, const ComplexColumns& columns, const float* lanes) {
+  HWY_ALIGN float work[kPoint << kFftStackOrder], spectrum[kPoint << kFftStackOrder];
+  const Image<float> image = columns.image;
+  const Vector by = hn::Set(Lanes(), scale);
+  for (std::ptrdiff_t begin = 0; begin < columns.count; begin += V, lanes += fft.points() * kPoint) {
+    float* at = image.at + 2 * begin;
+    laneTransform(fft, work, NumbersIn<Direction::Forward>{at, image.step}, PointsOut{spectrum});
+    laneTransform(fft, work, ProductsIn{spectrum, lanes}, NumbersOut<Direction::Inverse>{at, image.step, by});
+  }
+}
+
 struct ToNumbers {
   using Lane = float;
   template <class D, class V>
@@ -583,6 +620,8 @@ constexpr FftRows kTable = {
     realRows<Direction::Forward>,
     realRows<Direction::Inverse>,
     columns,
+    takeLanes,
+    filterColumns,
     conversionRows<ToNumbers, Zop8u, Zop32f>(),
     conversionRows<ToNumbers, Zop32s, Zop32f>(),
     conversionRows<ToSamples<Zop8u>, Zop32f, Zop8u, double>(),

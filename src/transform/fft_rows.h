@@ -27,6 +27,9 @@ struct ComplexColumns {
   int channels;             // of them, those that are transformed
 };
 
+// How many columns go through lanes together, at most.
+inline constexpr int kFftLanes = 8;
+
 // Transforms of up to 2^10 complex points work on the stack, longer ones in scratch memory of the caller's.
 inline constexpr int kFftStackOrder = 10;
 
@@ -42,6 +45,12 @@ struct FftRows {
   // In place.
   void (*columns)(const LaneFft& fft, Direction direction, float scale, const ComplexColumns& columns,
                   float* scratch);
+  // Of tile filters. Lanes hold one complex column each, row after row; behind the last column they are
+  // zeros.
+  void (*takeLanes)(const ComplexColumns& columns, int height, bool conjugate, float* lanes);
+  // Columns there, times lanes, and back, in place. Whole vectors of columns are overwritten. Up to
+  // 2^kFftStackOrder rows.
+  void (*filterColumns)(const LaneFft& fft, float scale, const ComplexColumns& columns, const float* lanes);
   // Of the integer forms, whose results are multiplied by a power of two and saturate.
   ConversionRow<Zop8u, Zop32f> fromBytes;
   ConversionRow<Zop32s, Zop32f> fromIntegers;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "zopi/color.h"
@@ -40,17 +41,22 @@ Value fourierContext(const Function& function) {
 }
 thread_local int bufferBytes;
 
-// A state that holds moments of three channels, of the kind that a function takes.
+// A state that holds moments of three channels, of the kind that a function takes. Calls fill it anew.
+struct StateReleaser {
+  void operator()(ZopMomentState* state) const {
+    if (zopiMomentFree_64f(state) != zopStatusOk) zopiMomentFree_64s(state);
+  }
+};
 template <auto kInit, auto kCompute>
 void* stateFrom() {
-  static ZopMomentState* const state = [] {
+  thread_local const std::unique_ptr<ZopMomentState, StateReleaser> state([] {
     ZopMomentState* made = nullptr;
-    const Zop8u pixel[3] = {1, 2, 3};
     kInit(&made, 0);
-    kCompute(pixel, 3, {1, 1}, made);
     return made;
-  }();
-  return state;
+  }());
+  const Zop8u pixel[3] = {1, 2, 3};
+  kCompute(pixel, 3, {1, 1}, state.get());
+  return state.get();
 }
 
 // A context with filters of two and three taps, of the kind that a function takes.
@@ -71,26 +77,32 @@ Value momentState(const Function& function) {
 
 // Five points of a curve or levels of a histogram, the same ones for every channel, and memory for counts.
 constexpr int kLevels = 5;
+template <class T>
+using OfChannels = T[4];
 Zop32s levels[kLevels] = {0, 10, 20, 90, 100};
 Zop32f numberLevels[kLevels] = {0, 10, 20, 90, 100};
-Zop32s counts[kLevels];
-template <class T>
-Value forEachChannel(const Function& function, T* one) {
-  static T* all[4] = {one, one, one, one};
-  return function.sourceLayout == std::string("C1") ? one : static_cast<void*>(all);
+OfChannels<Zop32s*> allLevels = {levels, levels, levels, levels};
+OfChannels<Zop32f*> allNumberLevels = {numberLevels, numberLevels, numberLevels, numberLevels};
+OfChannels<int> levelCounts = {kLevels, kLevels, kLevels, kLevels}, lowest = {0, 0, 0, 0},
+                highest = {100, 100, 100, 100};
+thread_local Zop32s counts[kLevels];
+thread_local OfChannels<Zop32s*> allCounts = {counts, counts, counts, counts};
+
+Value forEachChannel(const Function& function, void* one, void* all) {
+  return function.sourceLayout == std::string("C1") ? one : all;
 }
-Value forEachChannel(const Function& function, int number) {
-  static int all[3][4] = {{0, 0, 0, 0}, {5, 5, 5, 5}, {100, 100, 100, 100}};
-  if (function.sourceLayout == std::string("C1")) return number;
-  return static_cast<void*>(all[number / kLevels > 1 ? 2 : number / kLevels]);
+Value forEachChannel(const Function& function, OfChannels<int>& numbers) {
+  if (function.sourceLayout == std::string("C1")) return numbers[0];
+  return static_cast<void*>(numbers);
 }
 Value levelParameter(const Function& function, const std::string& name) {
-  if (name == "nLevels") return forEachChannel(function, kLevels);
-  if (name == "lowerLevel") return forEachChannel(function, 0);
-  if (name == "upperLevel") return forEachChannel(function, 100);
-  if (name == "pHist") return forEachChannel(function, counts);
-  if (function.sourceType == std::string("32f")) return forEachChannel(function, numberLevels);
-  return forEachChannel(function, levels);
+  if (name == "nLevels") return forEachChannel(function, levelCounts);
+  if (name == "lowerLevel") return forEachChannel(function, lowest);
+  if (name == "upperLevel") return forEachChannel(function, highest);
+  if (name == "pHist") return forEachChannel(function, counts, allCounts);
+  if (function.sourceType == std::string("32f"))
+    return forEachChannel(function, numberLevels, allNumberLevels);
+  return forEachChannel(function, levels, allLevels);
 }
 Value waveletContext(const Function& function) {
   const std::string name = function.name;
@@ -121,6 +133,8 @@ Value goodParameter(const Function& function, const Argument& argument) {
   if (name == "noise") return 50;
   if (name == "srcSize") return ZopImageSize{5, 3};
   if (name == "srcRoi") return ZopImageRect{0, 0, 5, 3};
+  // As many places as the image has pixels, whatever the function takes for a place.
+  if (name == "src2Size" || name == "tplRoiSize") return ZopImageSize{1, 1};
   if (name == "pFFTSpec") return fourierContext(function);
   if (name == "pState") return ofWavelets(function) ? waveletContext(function) : momentState(function);
   if (name == "pBuffer" && ofWavelets(function)) return static_cast<void*>(waveletBuffer);
