@@ -21,5 +21,6 @@
 #include "zopi/status.h"
 #include "zopi/transform.h"
 #include "zopi/types.h"
+#include "zopi/warp.h"
 
 #endif  // ZOPI_H_
