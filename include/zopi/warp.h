@@ -12,11 +12,6 @@
 extern "C" {
 #endif
 
-/// A flag of `interpolation` that warps take beside a way to interpolate.
-enum {
-  zopSmoothEdge = (-2147483647-1)  ///< Blends the pixels along the edges of the picture with what lay around it.
-};
-
 /// @name Where affine mappings take rectangles
 ///
 /// An affine mapping takes (x, y) to (c00 x + c01 y + c02, c10 x + c11 y + c12). All coefficients are in

@@ -3,12 +3,25 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <string>
 
 #include "zopi/geom.h"
 #include "zopi/transform.h"
+#include "zopi/warp.h"
 
 namespace registry {
+
+// Coefficients of a mapping that leaves everything where it is, and the corners of the region.
+std::span<const double> goodMapping(const Function& function, const Argument& argument) {
+  static constexpr double affine[] = {1, 0, 0, 0, 1, 0}, perspective[] = {1, 0, 0, 0, 1, 0, 0, 0, 1},
+                          bilinear[] = {0, 1, 0, 0, 0, 0, 1, 0}, quad[] = {0, 0, 4, 0, 4, 2, 0, 2};
+  const std::string name = argument.name, operation = function.operation;
+  if (name == "quad" || name == "srcQuad" || name == "dstQuad") return quad;
+  if (name != "coeffs") return {};
+  if (operation.find("Affine") != std::string::npos) return affine;
+  return operation.find("Perspective") != std::string::npos ? std::span<const double>(perspective) : bilinear;
+}
 
 int goodConstant(const Argument& argument) {
   return std::strcmp(argument.name, "dstOrder") == 0 ? 0 : kGoodConstant;
@@ -52,7 +65,9 @@ Value goodParameter(const Function& function, const Argument& argument) {
   if (name == "xFactor" || name == "yFactor" || name == "xFr" || name == "yFr") return 1.0;
   if (name == "interpolation") return zopInterLinear;
   if (name == "srcSize") return ZopImageSize{5, 3};
-  if (name == "srcRoi") return ZopImageRect{0, 0, 5, 3};
+  if (name == "srcRoi" || name == "dstRoi") return ZopImageRect{0, 0, 5, 3};
+  if (name == "angle") return 30.0;
+  if (name == "xShear" || name == "yShear") return 0.5;
   if (name == "pFFTSpec") return fourierContext(function);
   if (name == "pBufSize") return &bufferBytes;
   return {};
@@ -81,6 +96,9 @@ Arguments::Arguments(const Function& function, ZopImageSize size)
         memory_.push_back(std::make_unique<guarded::Region>(rows, step, step, guarded::Placement{}, random,
                                                             halo.above * step + halo.left * pixelBytes));
         if (a.role == Role::Constant) std::memset(memory_.back()->at(), goodConstant(a), step);
+        const std::span<const double> mapping = goodMapping(function, a);
+        if (a.role == Role::Constant && !mapping.empty())
+          std::memcpy(memory_.back()->at(), mapping.data(), mapping.size_bytes());
         before_.push_back(memory_.back()->bytes());
         planes_[i].push_back(memory_.back()->at());
       }
