@@ -18,7 +18,7 @@ std::span<const double> goodMapping(const Function& function, const Argument& ar
                           bilinear[] = {0, 1, 0, 0, 0, 0, 1, 0}, quad[] = {0, 0, 4, 0, 4, 2, 0, 2};
   const std::string name = argument.name, operation = function.operation;
   if (name == "quad" || name == "srcQuad" || name == "dstQuad") return quad;
-  if (name != "coeffs") return {};
+  if (name != "coeffs" || argument.sampleBytes != sizeof(double)) return {};
   if (operation.find("Affine") != std::string::npos) return affine;
   return operation.find("Perspective") != std::string::npos ? std::span<const double>(perspective) : bilinear;
 }
