@@ -97,9 +97,17 @@ struct ThreeBytes {
   template <bool kFollowed>
   static HWY_INLINE hn::Vec<T::Block> load(const std::uint8_t* from) {
     HWY_ALIGN static constexpr std::uint8_t kApart[16] = {0, 1, 2, 0, 3, 4, 5, 0, 6, 7, 8, 0, 9, 10, 11, 0};
-    HWY_ALIGN std::uint8_t last[16];
-    if constexpr (!kFollowed) from = static_cast<const std::uint8_t*>(std::memcpy(last, from, 12));
-    return hn::BitCast(T::Block(), hn::TableLookupBytes(hn::LoadU(Bytes(), from), hn::Load(Bytes(), kApart)));
+    const auto apart = [](auto pixels) HWY_ATTR {
+      return hn::BitCast(T::Block(),
+                         hn::TableLookupBytes(hn::BitCast(Bytes(), pixels), hn::Load(Bytes(), kApart)));
+    };
+    if constexpr (kFollowed) return apart(hn::LoadU(Bytes(), from));
+    std::uint64_t low;
+    std::uint32_t high;
+    std::memcpy(&low, from, 8);
+    std::memcpy(&high, from + 8, 4);
+    const hn::FixedTag<std::uint64_t, 1> half;
+    return apart(hn::Combine(hn::FixedTag<std::uint64_t, 2>(), hn::Set(half, high), hn::Set(half, low)));
   }
   template <bool kFollowed>
   static HWY_INLINE void store(T::V v, std::uint8_t* to) {
@@ -148,7 +156,7 @@ template <class Pixels>
 void turnTiles(Image<const std::uint8_t> src, Image<std::uint8_t> dst, ZopImageSize size) {
   using T = typename Pixels::T;
   constexpr int kBytes = Pixels::kPixelBytes, kHeight = T::kSide, kWidth = T::kSide * T::kBlocks;
-  constexpr int kBand = 4 * kHeight, kMargin = 2;
+  constexpr int kBand = 16 * kHeight, kMargin = 2;
   if (size.width < kWidth || size.height < kHeight)
     return turnSingly<kBytes, Pixels::kWritten>(src, dst, size);
   const int lastX = size.width - kWidth, lastY = size.height - kHeight;
