@@ -6,6 +6,7 @@
 // After foreach_target.h, and in this order.
 #include "hwy/highway.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstring>
@@ -25,14 +26,21 @@ using V = hn::Vec<D>;
 constexpr int N = static_cast<int>(kLanes<D>);
 using Ints = Tag<int32_t>;
 constexpr int kInts = static_cast<int>(kLanes<Ints>);
-static_assert(kPositions % kInts == 0);
 
 // Blocks are gone through in whole vectors: behind the last position stand others, which do no harm.
-int wholeVectors(const Positions& positions) { return (positions.count() + kInts - 1) / kInts * kInts; }
+constexpr int kWhole = 2 * kInts;
+static_assert(kPositions % kWhole == 0);
+int wholeVectors(const Positions& positions) { return (positions.count() + kWhole - 1) / kWhole * kWhole; }
 
 template <class F>
 HWY_INLINE void forVectors(const Positions& positions, const F& f) {
   for (int i = 0; i < wholeVectors(positions); i += N) f(i);
+}
+
+// Two vectors at a time.
+template <class F>
+HWY_INLINE void forPairs(const Positions& positions, const F& f) {
+  for (int i = 0; i < wholeVectors(positions); i += 2 * N) f(i);
 }
 
 // f(i, pixel) for the pixels of a block that are written, of position i.
@@ -43,6 +51,7 @@ HWY_INLINE void forPixels(const Positions& positions, const Target<T>& to, const
     T* pixel = to.at[r];
     const int end = r + to.counts[r] * rows;
     if (HWY_LIKELY(!positions.hasGaps)) {
+#pragma GCC unroll 4
       for (int i = r; i < end; i += rows, pixel += L::channels) f(i, pixel);
     } else {
       for (int i = r; i < end; i += rows, pixel += L::channels) {
@@ -55,7 +64,7 @@ HWY_INLINE void forPixels(const Positions& positions, const Target<T>& to, const
 // -------------------------------------------------------------------------------------------- Places
 
 // Where the first taps of positions are in the image, in bytes, and how far behind them the positions lie.
-constexpr int kRoom = kPositions + kInts;  // for a vector that starts at any position
+constexpr int kRoom = kPositions + kWhole;  // for a vector that starts at any position
 template <class Fraction>
 struct Places {
   alignas(64) std::int64_t at[kPositions];
@@ -67,20 +76,53 @@ HWY_INLINE V bounded(V index, double highest) {
   return hn::IfThenElseZero(hn::Gt(index, hn::Zero(D())), hn::Min(index, hn::Set(D(), highest)));
 }
 
+// Images whose offsets, and positions with 16 more bits, are 32-bit integers.
+template <class T>
+bool isNear(const SampledImage<T>& from) {
+  constexpr int kMost = 32767;
+  return from.width <= kMost && from.height <= kMost &&
+         from.image.step * from.height <= std::numeric_limits<std::int32_t>::max();
+}
+
+// Two vectors of numbers below 2^31, rounded to integers. The mode is to nearest.
+HWY_INLINE hn::Vec<Ints> roundedToInts(V low, V high) {
+  const Ints d;
+  const D doubles;
+  return hn::ConcatEven(d, hn::BitCast(d, wholeInLowBits(doubles, high)),
+                        hn::BitCast(d, wholeInLowBits(doubles, low)));
+}
+
+HWY_INLINE hn::Vec<Ints> boundedInts(hn::Vec<Ints> v, int highest) {
+  const Ints d;
+  return hn::Min(hn::Max(v, hn::Zero(d)), hn::Set(d, highest));
+}
+
 template <class L, class T>
 struct Offsets {
-  V step, pixel;
+  static constexpr int kPixelBytes = sizeof(T) * L::channels;
+  int step;
+  V wideStep;
 
   HWY_INLINE explicit Offsets(const SampledImage<T>& from)
-      : step(hn::Set(D(), static_cast<double>(from.image.step))),
-        pixel(hn::Set(D(), static_cast<double>(sizeof(T) * L::channels))) {}
+      : step(static_cast<int>(from.image.step)),
+        wideStep(hn::Set(D(), static_cast<double>(from.image.step))) {}
 
   // Whole numbers below 2^51 stand in the low bits of their sum with 1.5 * 2^52.
   HWY_INLINE void store(V column, V row, std::int64_t* to) const {
     const hn::RebindToSigned<D> integers;
-    const auto origin = hn::Set(D(), 0x1.8p52);
-    const auto sum = hn::Add(hn::Add(hn::Mul(row, step), hn::Mul(column, pixel)), origin);
+    const auto origin = hn::Set(D(), 0x1.8p52), pixel = hn::Set(D(), static_cast<double>(kPixelBytes));
+    const auto sum = hn::Add(hn::Add(hn::Mul(row, wideStep), hn::Mul(column, pixel)), origin);
     hn::Store(hn::Sub(hn::BitCast(integers, sum), hn::BitCast(integers, origin)), integers, to);
+  }
+
+  HWY_INLINE void store(hn::Vec<Ints> column, hn::Vec<Ints> row, std::int64_t* to) const {
+    const Ints d;
+    const hn::RebindToSigned<D> wide;
+    const hn::Half<Ints> half;
+    if constexpr (kPixelBytes > 1) column = hn::Mul(column, hn::Set(d, kPixelBytes));
+    const auto sum = hn::Add(hn::Mul(row, hn::Set(d, step)), column);
+    hn::Store(hn::PromoteTo(wide, hn::LowerHalf(half, sum)), wide, to);
+    hn::Store(hn::PromoteTo(wide, hn::UpperHalf(half, sum)), wide, to + N);
   }
 };
 
@@ -99,8 +141,9 @@ struct Place {
 template <class T>
 HWY_INLINE Place linearPlace(V position, int size) {
   const D d;
-  const V last = hn::Set(d, size - 1.0), beforeLast = hn::Set(d, size - 2.0);
+  const V last = hn::Set(d, size - 1.0);
   if constexpr (std::is_same_v<T, Zop32f>) {
+    const V beforeLast = hn::Set(d, size - 2.0);
     const V index = hn::Round(hn::Sub(position, hn::Set(d, 0.4999999)));
     const auto inside = hn::Lt(index, last);
     const V held = hn::Max(index, hn::Zero(d));
@@ -108,11 +151,9 @@ HWY_INLINE Place linearPlace(V position, int size) {
             hn::IfThenElse(inside, hn::Sub(position, held), hn::Set(d, 1.0))};
   } else {
     const V one = hn::Set(d, 65536.0);
-    const V fine = hn::Round(hn::Mul(position, one));
-    const auto inside = hn::Lt(fine, hn::Mul(last, one));
-    const V held = hn::Max(hn::Floor(hn::Mul(fine, hn::Set(d, 1 / 65536.0))), hn::Zero(d));
-    return {hn::IfThenElse(inside, held, beforeLast),
-            hn::IfThenElse(inside, hn::Sub(fine, hn::Mul(held, one)), one)};
+    const V fine = hn::Min(hn::Round(hn::Mul(position, one)), hn::Mul(last, one));
+    const V held = bounded(hn::Floor(hn::Mul(fine, hn::Set(d, 1 / 65536.0))), size - 2.0);
+    return {held, hn::Sub(fine, hn::Mul(held, one))};
   }
 }
 
@@ -194,11 +235,23 @@ template <class L, class T>
 void nearest(const SampledImage<T>& from, Positions& positions, const Target<T>& to) {
   alignas(64) std::int64_t at[kPositions];
   const Offsets<L, T> offsets(from);
-  forVectors(positions, [&](int i) HWY_ATTR {
-    const V column = bounded(hn::Round(hn::Load(D(), positions.x + i)), from.width - 1.0);
-    const V row = bounded(hn::Round(hn::Load(D(), positions.y + i)), from.height - 1.0);
-    offsets.store(column, row, at + i);
-  });
+  if (HWY_LIKELY(isNear(from))) {
+    forPairs(positions, [&](int i) HWY_ATTR {
+      const auto index = [&](const double* v, int size) HWY_ATTR {
+        const auto held = [&](int k) HWY_ATTR {
+          return hn::Min(hn::Load(D(), v + k), hn::Set(D(), static_cast<double>(size)));
+        };
+        return boundedInts(roundedToInts(held(i), held(i + N)), size - 1);
+      };
+      offsets.store(index(positions.x, from.width), index(positions.y, from.height), at + i);
+    });
+  } else {
+    forVectors(positions, [&](int i) HWY_ATTR {
+      const V column = bounded(hn::Round(hn::Load(D(), positions.x + i)), from.width - 1.0);
+      const V row = bounded(hn::Round(hn::Load(D(), positions.y + i)), from.height - 1.0);
+      offsets.store(column, row, at + i);
+    });
+  }
   const unsigned char* base = bytesOf(from);
   forPixels<L>(positions, to,
                [&](int i, T* pixel) HWY_ATTR { std::memcpy(pixel, base + at[i], L::colours * sizeof(T)); });
@@ -257,50 +310,144 @@ HWY_INLINE void storeBytes(const Positions& positions, const Target<Zop8u>& to, 
                [&](int i, Zop8u* pixel) HWY_ATTR { std::memcpy(pixel, samples + i * kEach, L::colours); });
 }
 
-// The four taps of a lane: left and right above, left and right below.
+// A fraction in units of 2^-16 as a 16-bit number, and whether it is one half or more: the number is then
+// 2^16 too low.
+struct SplitFractions {
+  alignas(64) std::uint16_t low[kRoom], isHigh[kRoom];
+
+  HWY_INLINE void store(hn::Vec<Ints> fraction, int i) {
+    const Tag<std::uint32_t> words;
+    const hn::Rebind<std::uint16_t, Ints> narrow;
+    const auto high = hn::VecFromMask(Ints(), hn::Gt(fraction, hn::Set(Ints(), 32767)));
+    hn::Store(hn::TruncateTo(narrow, hn::BitCast(words, fraction)), narrow, low + i);
+    hn::Store(hn::TruncateTo(narrow, hn::BitCast(words, high)), narrow, isHigh + i);
+  }
+};
+
 template <class L>
-HWY_INLINE void fetchLinear(const unsigned char* above, const unsigned char* below, std::uint32_t* to) {
+struct PlacesOfBytes {
+  alignas(64) std::int64_t at[kPositions];
+  SplitFractions x, y;
+
+  void find(const SampledImage<Zop8u>& from, const Positions& positions) {
+    const Offsets<L, Zop8u> offsets(from);
+    const Ints d;
+    if (HWY_UNLIKELY(!isNear(from))) {
+      Places<std::int32_t> places;
+      findLinear<L>(from, positions, places);
+      std::copy_n(places.at, wholeVectors(positions), at);
+      for (int i = 0; i < wholeVectors(positions); i += kInts) {
+        x.store(hn::Load(d, places.x + i), i);
+        y.store(hn::Load(d, places.y + i), i);
+      }
+      return;
+    }
+    forPairs(positions, [&](int i) HWY_ATTR {
+      const auto axis = [&](const double* v, int size, SplitFractions& fractions) HWY_ATTR {
+        const V one = hn::Set(D(), 65536.0), last = hn::Set(D(), (size - 1) * 65536.0);
+        const auto fine = [&](int k) HWY_ATTR { return hn::Min(hn::Mul(hn::Load(D(), v + k), one), last); };
+        const auto position = roundedToInts(fine(i), fine(i + N));
+        const auto index = boundedInts(hn::ShiftRight<16>(position), size - 2);
+        fractions.store(hn::Sub(position, hn::ShiftLeft<16>(index)), i);
+        return index;
+      };
+      const auto column = axis(positions.x, from.width, x);
+      offsets.store(column, axis(positions.y, from.height, y), at + i);
+    });
+  }
+};
+
+// The numbers of positions for lanes of 16 bits, from lane i on.
+using Halves = Tag<std::int16_t>;
+constexpr int kHalves = static_cast<int>(kLanes<Halves>);
+
+template <class D8, class V16>
+HWY_INLINE hn::Vec<D8> repeated(D8 d, V16 v) {
+  if constexpr (kLanes<D8> == 16) {
+    return v;
+  } else {
+    const hn::Half<D8> half;
+    return hn::Combine(d, repeated(half, v), repeated(half, v));
+  }
+}
+template <class L>
+HWY_INLINE hn::Vec<Halves> ofLanes(const std::uint16_t* numbers, int i) {
+  const Halves d;
+  if constexpr (kLanesOf<L> == 1) {
+    return hn::BitCast(d, hn::Load(Tag<std::uint16_t>(), numbers + i));
+  } else {
+    HWY_ALIGN static constexpr std::uint8_t kOrder[64] = {
+        0,  1,  0,  1,  0,  1,  0,  1,  2,  3,  2,  3,  2,  3,  2,  3,  4,  5,  4,  5,  4,  5,
+        4,  5,  6,  7,  6,  7,  6,  7,  6,  7,  8,  9,  8,  9,  8,  9,  8,  9,  10, 11, 10, 11,
+        10, 11, 10, 11, 12, 13, 12, 13, 12, 13, 12, 13, 14, 15, 14, 15, 14, 15, 14, 15};
+    const Tag<std::uint8_t> bytes;
+    const auto block = hn::LoadU(Block(), reinterpret_cast<const std::uint8_t*>(numbers + i / 4));
+    return hn::BitCast(d, hn::TableLookupBytes(repeated(bytes, block), hn::Load(bytes, kOrder)));
+  }
+}
+
+// Left and right taps of a lane, in bytes: those above, and those below.
+template <class L>
+HWY_INLINE void fetchPairs(const unsigned char* above, const unsigned char* below, std::uint16_t* upper,
+                           std::uint16_t* lower) {
   if constexpr (L::channels == 1) {
-    *to = read<std::uint16_t>(above) | std::uint32_t{read<std::uint16_t>(below)} << 16;
-  } else if constexpr (L::channels == 3) {
-    HWY_ALIGN static constexpr unsigned char kOrder[16] = {0, 3, 8,  11, 1, 4, 9,  12,
-                                                           2, 5, 10, 13, 2, 5, 10, 13};
+    *upper = read<std::uint16_t>(above);
+    *lower = read<std::uint16_t>(below);
+  } else {
+    constexpr int kRight = L::channels, kFourth = L::channels == 3 ? 2 : 3;
+    HWY_ALIGN static constexpr unsigned char kOrder[16] = {
+        0, kRight,     1, kRight + 1, 2,  kRight + 2,  kFourth,     kRight + kFourth,
+        8, kRight + 8, 9, kRight + 9, 10, kRight + 10, kFourth + 8, kRight + kFourth + 8};
     const auto pair = [](const unsigned char* at) {
+      if constexpr (L::channels == 4) return read<std::uint64_t>(at);
       return read<std::uint32_t>(at) | std::uint64_t{read<std::uint32_t>(at + 2)} << 16;
     };
-    storeLanes(block(pair(above), pair(below)), kOrder, to);
-  } else {
-    HWY_ALIGN static constexpr unsigned char kOrder[16] = {0, 4, 8,  12, 1, 5, 9,  13,
-                                                           2, 6, 10, 14, 3, 7, 11, 15};
-    storeLanes(block(read<std::uint64_t>(above), read<std::uint64_t>(below)), kOrder, to);
+    const hn::FixedTag<std::uint64_t, 2> both;
+    const auto lanes =
+        hn::BitCast(both, hn::TableLookupBytes(block(pair(above), pair(below)), hn::Load(Block(), kOrder)));
+    const hn::FixedTag<std::uint64_t, 1> half;
+    hn::Store(hn::LowerHalf(half, lanes), half, reinterpret_cast<std::uint64_t*>(upper));
+    hn::Store(hn::UpperHalf(half, lanes), half, reinterpret_cast<std::uint64_t*>(lower));
   }
 }
 
 template <class L>
 void linearBytes(const SampledImage<Zop8u>& from, Positions& positions, const Target<Zop8u>& to) {
   constexpr int kEach = kLanesOf<L>;
-  Places<std::int32_t> places;
-  alignas(64) std::uint32_t taps[kPositions * kEach];
-  findLinear<L>(from, positions, places);
+  PlacesOfBytes<L> places;
+  alignas(64) std::uint16_t upper[kPositions * kEach], lower[kPositions * kEach];
+  places.find(from, positions);
   const unsigned char* base = bytesOf(from);
+  const std::ptrdiff_t step = from.image.step;
   for (int i = 0; i < wholeVectors(positions); ++i) {
     const unsigned char* at = base + places.at[i];
-    fetchLinear<L>(at, at + from.image.step, taps + i * kEach);
+    fetchPairs<L>(at, at + step, upper + i * kEach, lower + i * kEach);
   }
-  const Ints d;
-  const Tag<uint32_t> words;
-  storeBytes<L>(positions, to, [&](int i) HWY_ATTR {
-    const auto four = hn::Load(words, taps + i);
-    const auto fx = ofLanes<L>(places.x, i), fy = ofLanes<L>(places.y, i);
-    // With six more bits.
-    const auto tap = [&](auto shifted)
-                         HWY_ATTR { return hn::BitCast(d, hn::And(shifted, hn::Set(words, 0xffu << 6))); };
-    const auto between = [&](auto a, auto b, auto f)
-                             HWY_ATTR { return hn::Add(a, hn::ShiftRight<16>(hn::Mul(hn::Sub(b, a), f))); };
-    const auto above = between(tap(hn::ShiftLeft<6>(four)), tap(hn::ShiftRight<2>(four)), fx);
-    const auto below = between(tap(hn::ShiftRight<10>(four)), tap(hn::ShiftRight<18>(four)), fx);
-    return hn::ShiftRight<6>(hn::Add(between(above, below, fy), hn::Set(d, 32)));
-  });
+  const Halves d;
+  const Tag<std::uint16_t> u16;
+  // a + (b - a) f / 2^16, rounded down. The product's high half lacks b - a where f is 2^16 too low.
+  const auto between = [&](auto a, auto b, auto f, auto isHigh) HWY_ATTR {
+    const auto difference = hn::Sub(b, a);
+    return hn::Add(hn::Add(a, hn::MulHigh(difference, f)), hn::And(difference, isHigh));
+  };
+  alignas(64) Zop8u samples[kPositions * kEach];
+  for (int i = 0; i < wholeVectors(positions) * kEach; i += kHalves) {
+    const auto fx = ofLanes<L>(places.x.low, i), xIsHigh = ofLanes<L>(places.x.isHigh, i);
+    const auto fy = ofLanes<L>(places.y.low, i), yIsHigh = ofLanes<L>(places.y.isHigh, i);
+    const auto row = [&](const std::uint16_t* pairs) HWY_ATTR {
+      const auto v = hn::Load(u16, pairs + i), byte = hn::Set(u16, 0xff << 6);
+      // With six more bits.
+      const auto left = hn::BitCast(d, hn::And(hn::ShiftLeft<6>(v), byte));
+      const auto right = hn::BitCast(d, hn::And(hn::ShiftRight<2>(v), byte));
+      return between(left, right, fx, xIsHigh);
+    };
+    const auto fine = between(row(upper), row(lower), fy, yIsHigh);
+    const auto rounded = hn::ShiftRight<6>(hn::Add(fine, hn::Set(d, 32)));
+    const hn::Rebind<std::uint8_t, Halves> narrow;
+    hn::Store(hn::DemoteTo(narrow, rounded), narrow, samples + i);
+  }
+  forPixels<L>(positions, to,
+               [&](int i, Zop8u* pixel) HWY_ATTR { std::memcpy(pixel, samples + i * kEach, L::colours); });
 }
 
 // The four taps of a lane in one row.
