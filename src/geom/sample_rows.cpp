@@ -43,22 +43,36 @@ HWY_INLINE void forPairs(const Positions& positions, const F& f) {
   for (int i = 0; i < wholeVectors(positions); i += 2 * N) f(i);
 }
 
-// f(i, pixel) for the pixels of a block that are written, of position i.
-template <class L, class T, class F>
-HWY_INLINE void forPixels(const Positions& positions, const Target<T>& to, const F& f) {
-  const int rows = positions.rows;
-  for (int r = 0; r < rows; ++r) {
-    T* pixel = to.at[r];
-    const int end = r + to.counts[r] * rows;
+// f(i, pixel) for the pixels of a block that are written, of position i. Rows are those of a vector, or a
+// single one.
+template <class L, int kRows, class T, class F>
+HWY_INLINE void forPixelsOf(const Positions& positions, const Target<T>& to, const F& f) {
+  constexpr int kStep = 8;
+  for (int r = 0; r < kRows; ++r) {
+    T* const row = to.at[r];
+    const int count = to.counts[r];
+    const auto pixel = [&](int k) HWY_ATTR { f(r + k * kRows, row + k * L::channels); };
+    int k = 0;
     if (HWY_LIKELY(!positions.hasGaps)) {
-#pragma GCC unroll 4
-      for (int i = r; i < end; i += rows, pixel += L::channels) f(i, pixel);
+      for (; k + kStep <= count; k += kStep) {
+#pragma GCC unroll 8
+        for (int j = 0; j < kStep; ++j) pixel(k + j);
+      }
+      for (; k < count; ++k) pixel(k);
     } else {
-      for (int i = r; i < end; i += rows, pixel += L::channels) {
-        if (positions.x[i] == positions.x[i]) f(i, pixel);
+      for (; k < count; ++k) {
+        const double x = positions.x[r + k * kRows];
+        if (x == x) pixel(k);
       }
     }
   }
+}
+template <class L, class T, class F>
+HWY_INLINE void forPixels(const Positions& positions, const Target<T>& to, const F& f) {
+  if (positions.rows == 1)
+    forPixelsOf<L, 1>(positions, to, f);
+  else
+    forPixelsOf<L, N>(positions, to, f);
 }
 
 // -------------------------------------------------------------------------------------------- Places
@@ -298,6 +312,18 @@ HWY_INLINE hn::Vec<Ints> ofLanes(const std::int32_t* numbers, int i) {
   }
 }
 
+// Pixels from lanes of bytes.
+template <class L>
+HWY_INLINE void copyPixels(const Positions& positions, const Zop8u* lanes, const Target<Zop8u>& to) {
+  constexpr int kEach = kLanesOf<L>;
+  if (positions.rows == 1 && !positions.hasGaps && L::colours == kEach) {
+    std::memcpy(to.at[0], lanes, static_cast<std::size_t>(to.counts[0]) * kEach);
+  } else {
+    forPixels<L>(positions, to,
+                 [&](int i, Zop8u* pixel) HWY_ATTR { std::memcpy(pixel, lanes + i * kEach, L::colours); });
+  }
+}
+
 // Makes pixels from lanes: f(i) gives the samples of lanes i and following.
 template <class L, class F>
 HWY_INLINE void storeBytes(const Positions& positions, const Target<Zop8u>& to, const F& f) {
@@ -306,8 +332,7 @@ HWY_INLINE void storeBytes(const Positions& positions, const Target<Zop8u>& to, 
   const hn::Rebind<uint8_t, Ints> narrow;
   for (int i = 0; i < wholeVectors(positions) * kEach; i += kInts)
     hn::Store(hn::DemoteTo(narrow, f(i)), narrow, samples + i);
-  forPixels<L>(positions, to,
-               [&](int i, Zop8u* pixel) HWY_ATTR { std::memcpy(pixel, samples + i * kEach, L::colours); });
+  copyPixels<L>(positions, samples, to);
 }
 
 // A fraction in units of 2^-16 as a 16-bit number, and whether it is one half or more: the number is then
@@ -446,8 +471,7 @@ void linearBytes(const SampledImage<Zop8u>& from, Positions& positions, const Ta
     const hn::Rebind<std::uint8_t, Halves> narrow;
     hn::Store(hn::DemoteTo(narrow, rounded), narrow, samples + i);
   }
-  forPixels<L>(positions, to,
-               [&](int i, Zop8u* pixel) HWY_ATTR { std::memcpy(pixel, samples + i * kEach, L::colours); });
+  copyPixels<L>(positions, samples, to);
 }
 
 // The four taps of a lane in one row.
