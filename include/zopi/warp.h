@@ -48,8 +48,7 @@ ZOPI_API ZopStatus zopiGetShearBound(ZopImageRect srcRoi, Zop64f bound[2][2], Zo
 
 /// @name Affine mappings to quads
 ///
-/// Solves the coefficients that take a rectangle to a parallelogram, of which three corners count: the edges
-/// may still differ in length.
+/// Solves the coefficients that take a rectangle to a parallelogram, of which the first three corners count.
 ///
 /// - `srcRoi`: A rectangle of pixels. Its corners are the first and last pixels, (x, y) to (x + width - 1, y
 ///   + height - 1).

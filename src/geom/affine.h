@@ -75,7 +75,7 @@ inline WoundAffine affineBetween(const Quad& from, const Quad& to) {
           windingOf(k)};
 }
 
-// Whether opposite edges are parallel. They may still differ in length.
+// Whether opposite edges are parallel.
 inline bool isParallelogram(const Quad& q) {
   const Point e0 = edge(q, 0, 1), e1 = edge(q, 1, 2), e2 = edge(q, 2, 3), e3 = edge(q, 3, 0);
   return !(std::abs(e2.x * e0.y + 0.0 - e0.x * e2.y) > kSingular) &&
