@@ -493,6 +493,22 @@ TEST(Warp, AffineEqualsTheDefinition) {
   });
 }
 
+// Wider than positions with 16 more bits fit 32.
+TEST(Warp, WideImages) {
+  for (const Function* f : sweep::functionsOf("WarpAffine")) {
+    for (const int code : kCodes) {
+      const Case c = {{40000, 5}, {33000, 0, 7000, 5}, {7, 9}, {0, 0, 7, 9}, code};
+      const Case d = {{40000, 5}, {33000, 0, 7000, 5}, {70, 9}, {0, 0, 70, 9}, code};
+      const Affine smaller = {{{0.001, 0, -33}, {0, 1.75, 0.5}}},
+                   shifted = {{{1, 0.25, -39960.25}, {0, 1.5, 0.3}}};
+      ASSERT_NO_FATAL_FAILURE(
+          compare(*f, c, {{"coeffs", static_cast<const void*>(smaller.c)}}, affine(c, smaller)));
+      ASSERT_NO_FATAL_FAILURE(
+          compare(*f, d, {{"coeffs", static_cast<const void*>(shifted.c)}}, affine(d, shifted)));
+    }
+  }
+}
+
 TEST(Warp, AffineBackEqualsTheDefinition) {
   forCases({"WarpAffineBack"}, [](const Function& f, const Case& c) {
     for (const Affine& m : affines()) {
