@@ -1,5 +1,6 @@
 // Luma and chroma, hue, gamma, twists and gray.
 #include <string>
+#include <vector>
 
 #include "harness.h"
 
@@ -28,6 +29,37 @@ void addPacked(const std::string& name, int sourceBytes,
                ZopStatus (*function)(const Zop8u*, int, Zop16u*, int, ZopImageSize)) {
   bench::add(name, {sourceBytes}, {2}, [=](const Frame& f) {
     function(f.source(0), f.sourceStep(0), f.destination<Zop16u>(), f.destinationStep(), f.size);
+  });
+}
+
+// Curves of `count` points between two levels, the same for all channels.
+template <class T, class L>
+void addCurve(const std::string& name,
+              ZopStatus (*function)(const T*, int, T*, int, ZopImageSize, const L*, const L*, int), L lower,
+              L upper, int count) {
+  std::vector<L> levels, values;
+  for (int k = 0; k < count; ++k) {
+    levels.push_back(lower + (upper - lower) / static_cast<L>(count - 1) * static_cast<L>(k));
+    values.push_back(upper - levels.back());
+  }
+  const int bytes = static_cast<int>(sizeof(T));
+  bench::add(name, {bytes}, {bytes}, [=](const Frame& f) {
+    function(f.source<T>(0), f.sourceStep(0), f.destination<T>(), f.destinationStep(), f.size, values.data(),
+             levels.data(), count);
+  });
+}
+template <class T, int kColours>
+void addCurves(const std::string& name, int channels,
+               ZopStatus (*function)(const T*, int, T*, int, ZopImageSize, const Zop32s* const[kColours],
+                                     const Zop32s* const[kColours], const int[kColours])) {
+  static const Zop32s levels[4] = {-30000, 0, 128, 30000}, values[4] = {30000, 255, 64, 0};
+  static const Zop32s* const allLevels[4] = {levels, levels, levels, levels};
+  static const Zop32s* const allValues[4] = {values, values, values, values};
+  static const int counts[4] = {4, 4, 4, 4};
+  const int bytes = channels * static_cast<int>(sizeof(T));
+  bench::add(name, {bytes}, {bytes}, [=](const Frame& f) {
+    function(f.source<T>(0), f.sourceStep(0), f.destination<T>(), f.destinationStep(), f.size, allValues,
+             allLevels, counts);
   });
 }
 
@@ -117,10 +149,40 @@ void addHues() {
   });
 }
 
+// To four levels.
+template <class S, class T>
+void addDither(const std::string& name, int channels,
+               ZopStatus (*function)(const S*, int, T*, int, ZopImageSize, int, int, int), int noise,
+               int dither) {
+  bench::add(name, {channels * static_cast<int>(sizeof(S))}, {channels * static_cast<int>(sizeof(T))},
+             [=](const Frame& f) {
+               function(f.source<S>(0), f.sourceStep(0), f.destination<T>(), f.destinationStep(), f.size,
+                        noise, dither, 4);
+             });
+}
+
 const bool registered = [] {
   addLumaChroma();
   addHues();
   addGammaTwistsAndGray();
+  addCurve("zopiLUT_8u_C1R/257levels", zopiLUT_8u_C1R, 0, 256, 257);
+  addCurve("zopiLUT_Linear_8u_C1R/5levels", zopiLUT_Linear_8u_C1R, 0, 256, 5);
+  addCurve("zopiLUT_Cubic_8u_C1R/5levels", zopiLUT_Cubic_8u_C1R, 0, 256, 5);
+  addCurves<Zop8u, 3>("zopiLUT_8u_C3R/4levels", 3, zopiLUT_8u_C3R);
+  addCurves<Zop8u, 4>("zopiLUT_8u_C4R/4levels", 4, zopiLUT_8u_C4R);
+  addCurves<Zop8u, 3>("zopiLUT_8u_AC4R/4levels", 4, zopiLUT_8u_AC4R);
+  addCurve("zopiLUT_16s_C1R/17levels", zopiLUT_16s_C1R, -30000, 30000, 17);
+  addCurve("zopiLUT_Linear_16s_C1R/17levels", zopiLUT_Linear_16s_C1R, -30000, 30000, 17);
+  addCurve("zopiLUT_Cubic_16s_C1R/17levels", zopiLUT_Cubic_16s_C1R, -30000, 30000, 17);
+  addCurves<Zop16s, 3>("zopiLUT_16s_C3R/4levels", 3, zopiLUT_16s_C3R);
+  addCurve("zopiLUT_32f_C1R/17levels", zopiLUT_32f_C1R, 0.0f, 256.0f, 17);
+  addCurve("zopiLUT_Linear_32f_C1R/17levels", zopiLUT_Linear_32f_C1R, 0.0f, 256.0f, 17);
+  addCurve("zopiLUT_Cubic_32f_C1R/17levels", zopiLUT_Cubic_32f_C1R, 0.0f, 256.0f, 17);
+  addDither<Zop8u, Zop8u>("zopiReduceBits_8u_C1R/Bayer", 1, zopiReduceBits_8u_C1R, 0, zopDitherBayer);
+  addDither<Zop8u, Zop8u>("zopiReduceBits_8u_C1R/Bayer-noise", 1, zopiReduceBits_8u_C1R, 20, zopDitherBayer);
+  addDither<Zop8u, Zop8u>("zopiReduceBits_8u_C1R/FS", 1, zopiReduceBits_8u_C1R, 0, zopDitherFS);
+  addDither<Zop8u, Zop8u>("zopiReduceBits_8u_C3R/Stucki", 3, zopiReduceBits_8u_C3R, 0, zopDitherStucki);
+  addDither<Zop16u, Zop8u>("zopiReduceBits_16u8u_C1R/Bayer", 1, zopiReduceBits_16u8u_C1R, 0, zopDitherBayer);
   return true;
 }();
 

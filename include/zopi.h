@@ -19,6 +19,7 @@
 #include "zopi/reorder.h"
 #include "zopi/stats.h"
 #include "zopi/status.h"
+#include "zopi/synthesis.h"
 #include "zopi/transform.h"
 #include "zopi/types.h"
 #include "zopi/warp.h"

@@ -56,6 +56,11 @@ std::vector<Value> tooHigh(const Argument& argument) {
   return {argument.role == Role::Constant ? Value(static_cast<void*>(array)) : sample};
 }
 
+std::vector<Value> noContext(const Argument&) {
+  static Zop32s other[64];
+  return {static_cast<void*>(other)};
+}
+
 std::vector<Value> unknownAlphaTypes(const Argument&) { return {12, -1, INT32_MAX, INT32_MIN}; }
 
 // Orders of channels of which one entry is none.
@@ -135,6 +140,18 @@ std::vector<Value> reciprocal(const Argument&) { return {2.0}; }
 
 constexpr char kTurn[] = "checkTurn(angle,xShift,yShift,interpolation)";
 constexpr char kTurnAround[] = "checkTurnAround(xCenter,yCenter,angle,interpolation)";
+
+std::vector<Value> badOrders(const Argument&) { return {-1, 4, INT32_MAX, INT32_MIN}; }
+
+// Arrays of levels for each channel, and their counts.
+constexpr char kOuterOfRange[] = "checkPointers(pHist,pLevels,nLevels)";
+constexpr char kOuterOfEven[] = "checkPointers(pHist,pLevels,nLevels,lowerLevel,upperLevel)";
+constexpr char kOuterOfCurves[] = "checkPointers(pValues,pLevels,nLevels)";
+std::vector<Value> oneLevelSomewhere(const Argument&) {
+  static int counts[2][4] = {{1, 5, 5, 5}, {5, 5, INT32_MIN, 5}};
+  return {static_cast<void*>(counts[0]), static_cast<void*>(counts[1])};
+}
+std::vector<Value> tooFewLevels(const Argument&) { return {1, 0, INT32_MIN}; }
 
 const std::vector<OwnCheck> kOwnChecks = {
     {"checkRegion(dstRoi)", "dstRoi", zopStatusBadSize, badRegions},
@@ -218,6 +235,14 @@ const std::vector<OwnCheck> kOwnChecks = {
      }},
     {"checkMaskCode(maskCode)", "maskCode", zopStatusBadMaskSize,
      [](const Argument&) { return std::vector<Value>{34, 53, 0, -33, 15, INT32_MAX}; }},
+    {"checkNoise(noise,ditherType)", "noise", zopStatusBadNoise,
+     [](const Argument&) {
+       return std::vector<Value>{-1, 101, INT32_MIN};
+     }},
+    {"checkLevels(levelCount,ditherType)", "levelCount", zopStatusBadLevels,
+     [](const Argument&) {
+       return std::vector<Value>{1, 257, INT32_MAX};
+     }},
     {"checkRowCode(maskCode)", "maskCode", zopStatusBadMaskSize,
      [](const Argument&) { return std::vector<Value>{13, 33, 55, 30, 0, -31, INT32_MIN}; }},
     {"checkColumnCode(maskCode)", "maskCode", zopStatusBadMaskSize,
@@ -237,11 +262,37 @@ const std::vector<OwnCheck> kOwnChecks = {
      [](const Argument&) {
        return std::vector<Value>{0.0f, -1e-45f, -HUGE_VALF};
      }},
-    {"checkContext(pFFTSpec)", "pFFTSpec", zopStatusBadContext,
+    {"checkContext(pFFTSpec)", "pFFTSpec", zopStatusBadContext, noContext},
+    {"checkPointers(pState)", "pState", zopStatusNullPointer, nothing},
+    {"checkKind<Zop64f>(pState)", "pState", zopStatusBadContext, noContext},
+    {"checkKind<Zop64s>(pState)", "pState", zopStatusBadContext, noContext},
+    {"checkOrders(mOrd,nOrd)", "mOrd", zopStatusBadSize, badOrders},
+    {"checkOrders(mOrd,nOrd)", "nOrd", zopStatusBadSize, badOrders},
+    {"checkChannel(pState,channel)", "channel", zopStatusBadMomentChannel,
      [](const Argument&) {
-       static Zop32s other[64];
-       return std::vector<Value>{static_cast<void*>(other)};
+       return std::vector<Value>{-1, 3, INT32_MAX};
      }},
+    {"checkRow<@L,@S>(srcStep,roiSize)", "srcStep", zopStatusBadStride, tooShort},
+    {"checkPointers(pHist,pLevels)", "pHist", zopStatusNullPointer, nothing},
+    {"checkPointers(pHist,pLevels)", "pLevels", zopStatusNullPointer, nothing},
+    {kOuterOfRange, "pHist", zopStatusNullPointer, nothing},
+    {kOuterOfRange, "pLevels", zopStatusNullPointer, nothing},
+    {kOuterOfRange, "nLevels", zopStatusNullPointer, nothing},
+    {kOuterOfEven, "pHist", zopStatusNullPointer, nothing},
+    {kOuterOfEven, "pLevels", zopStatusNullPointer, nothing},
+    {kOuterOfEven, "nLevels", zopStatusNullPointer, nothing},
+    {kOuterOfEven, "lowerLevel", zopStatusNullPointer, nothing},
+    {kOuterOfEven, "upperLevel", zopStatusNullPointer, nothing},
+    {"checkLevelCount(nLevels)", "nLevels", zopStatusBadHistogramLevels, tooFewLevels},
+    {"checkBins<@L>(pHist,pLevels,nLevels)", "nLevels", zopStatusBadHistogramLevels, oneLevelSomewhere},
+    {"checkPointCount(nLevels)", "nLevels", zopStatusBadLutLevels, tooFewLevels},
+    {"checkPointers(pValues,pLevels)", "pValues", zopStatusNullPointer, nothing},
+    {"checkPointers(pValues,pLevels)", "pLevels", zopStatusNullPointer, nothing},
+    {kOuterOfCurves, "pValues", zopStatusNullPointer, nothing},
+    {kOuterOfCurves, "pLevels", zopStatusNullPointer, nothing},
+    {kOuterOfCurves, "nLevels", zopStatusNullPointer, nothing},
+    {"checkCurves<@L>(pValues,pLevels,nLevels)", "nLevels", zopStatusBadLutLevels, oneLevelSomewhere},
+    {"checkContext(pState)", "pState", zopStatusBadContext, noContext},
     {"checkThresholds(thresholdLT,thresholdGT)", "thresholdLT", zopStatusBadThresholds, tooHigh},
     {"checkAlphaType(alphaType)", "alphaType", zopStatusBadAlphaType, unknownAlphaTypes},
 };

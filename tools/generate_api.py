@@ -41,10 +41,13 @@ CHECKS = {
     "size": "@ref zopStatusBadSize (-6) if a width or height is below 1",
     "step": "@ref zopStatusBadStep (-14) if a step is below 1",
 }
+SOURCES = ("src", "sized", "whole")
 ARGUMENTS = {
     "src": "First pixel of the source region, and the distance in bytes from one of its rows to the next.",
     "whole": "First pixel of the source image, its width and height in pixels, the distance in bytes from one of its rows "
              "to the next, and the region of it that is mapped.",
+    "sized": "First pixel of the source image, its width and height in pixels, and the distance in bytes from one of its "
+             "rows to the next.",
     "dst": "First pixel of the destination region, and the distance in bytes from one of its rows to the next.",
     "inout": "First pixel of the region that is read and overwritten, and the distance in bytes between its rows.",
     "mask": "Mask of one byte a pixel, and the distance in bytes between its rows. A pixel is written where its "
@@ -106,16 +109,17 @@ class Argument:
         words = text.split()
         self.kind, *own = words[0].split(":")
         self.function = name
-        self.name = "roiSize" if words == ["roi"] else words[-1]
-        if self.kind not in ("src", "dst", "inout", "mask", "constant", "result", "roi", "whole"):
+        self.name = "roiSize" if words == ["roi"] else words[-1].partition("[")[0]
+        if self.kind not in (*SOURCES, "dst", "inout", "mask", "constant", "result", "roi"):
             self.kind, self.declaration = "value", text
-        type_, layout = name.source if self.kind in ("src", "whole", "inout", "constant", "result") else name.destination
+        type_, layout = name.source if self.kind in (*SOURCES, "inout", "constant", "result") else name.destination
         if self.kind == "mask":
             type_, layout = "8u", "C1"
         self.type = own[0] if own and own[0] else type_
-        self.layout = own[1] if len(own) > 1 else layout
-        self.planar = "P" in self.layout and self.kind in ("src", "whole", "dst", "inout")
+        self.layout = own[1] if len(own) > 1 and own[1] else layout
+        self.planar = "P" in self.layout and self.kind in (*SOURCES, "dst", "inout")
         self.own_steps, self.gapless = own[2:] == ["steps"], own[2:] == ["gapless"]
+        self.step_name = own[2] if len(own) > 2 and own[2].endswith("Step") else None
         self.shape = self.layout[1:].split("x") if self.layout.startswith("B") else []
         self.block = math.prod(map(int, self.shape)) if self.shape else 0
 
@@ -125,11 +129,11 @@ class Argument:
 
     @property
     def step(self):
-        return self.stem + ("Steps" if self.own_steps else "Step")
+        return self.step_name or self.stem + ("Steps" if self.own_steps else "Step")
 
     @property
     def is_image(self):
-        return self.kind in ("src", "whole", "dst", "inout", "mask")
+        return self.kind in (*SOURCES, "dst", "inout", "mask")
 
     @property
     def is_written(self):
@@ -165,6 +169,8 @@ class Argument:
                 steps = f"const int {self.step}[{planes}]" if self.own_steps else f"int {self.step}"
             else:
                 pointer, steps = f"{const}{c_type}* {self.name}", f"int {self.step}"
+            if self.kind == "sized":
+                return [pointer, f"ZopImageSize {self.stem}Size", steps]
             if self.kind == "whole":
                 return [pointer, f"ZopImageSize {self.stem}Size", steps, f"ZopImageRect {self.stem}Roi"]
             return [pointer, steps] if self.has_step else [pointer]
@@ -191,13 +197,15 @@ class Argument:
     def roles(self):
         """What the tests know of this argument: role, name, bytes of a sample, samples of a pixel, planes."""
         if self.is_image:
-            role = {"src": "Source", "dst": "Destination", "inout": "InPlace", "mask": "Mask", "whole": "Source"}[self.kind]
+            role = {"dst": "Destination", "inout": "InPlace", "mask": "Mask"}.get(self.kind, "Source")
             if self.block:
                 return [(role, self.name, BYTES[self.type], self.block, 0)]
             planes = LAYOUTS[self.layout] if self.planar else 0
             samples = 1 if self.planar else LAYOUTS[self.layout]
             step = ("Steps", self.step, 4, 1, planes) if self.own_steps else ("Step", self.step, 0, 0, 0)
             image = (role, self.name, BYTES[self.type], samples, planes)
+            if self.kind == "sized":
+                return [image, ("Size", f"{self.stem}Size", 0, 0, 0), step]
             if self.kind == "whole":
                 return [image, ("WholeSize", f"{self.stem}Size", 0, 0, 0), step, ("Region", f"{self.stem}Roi", 0, 0, 0)]
             return [image] + ([step] if self.has_step else [])
@@ -260,7 +268,7 @@ class Function:
                 steps += [a.step for a in images if not a.own_steps and a.has_step]
                 lines.append(f"checkSteps({', '.join(steps)})")
             elif check in ("width", "size"):
-                sizes = [a.name for a in self.arguments if a.kind == "roi"]
+                sizes = [a.name if a.kind == "roi" else f"{a.stem}Size" for a in self.arguments if a.kind in ("roi", "sized")]
                 lines += [f"check{check.capitalize()}({size})" for size in sizes]
             else:
                 lines.append(self.filled_in(check))
@@ -338,6 +346,8 @@ class Group:
         for function in self.functions:
             for a in function.arguments:
                 names = f"`{a.name}`, `{a.step}`" if a.has_step else f"`{a.name}`"
+                if a.kind == "sized":
+                    names = f"`{a.name}`, `{a.stem}Size`, `{a.step}`"
                 if a.kind == "whole":
                     names = f"`{a.name}`, `{a.stem}Size`, `{a.step}`, `{a.stem}Roi`"
                 text = self.arguments.get(a.name)

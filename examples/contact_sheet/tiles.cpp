@@ -1,6 +1,7 @@
 #include "tiles.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -525,6 +526,187 @@ Image packedSpectrum(const Image& picture) {
   return tile;
 }
 
+constexpr int kBytes = 256;
+using Counts = std::array<std::array<Zop32s, kBytes>, 3>;
+
+// How many samples of each channel have each value.
+Counts countsOf(const Image& picture) {
+  Counts counts;
+  std::array<std::array<Zop32s, kBytes + 1>, 3> levels;
+  Zop32s* const countsAt[3] = {counts[0].data(), counts[1].data(), counts[2].data()};
+  Zop32s* const levelsAt[3] = {levels[0].data(), levels[1].data(), levels[2].data()};
+  const int levelCounts[3] = {kBytes + 1, kBytes + 1, kBytes + 1}, lower[3] = {},
+            upper[3] = {kBytes, kBytes, kBytes};
+  check(zopiHistogramEven_8u_C3R(picture.data(), picture.step, picture.size, countsAt, levelsAt, levelCounts,
+                                 lower, upper));
+  return counts;
+}
+
+// The histograms of the channels, each as light of its colour, with the most frequent values cut off.
+Image histogramPlot(const Image& picture) {
+  const Counts counts = countsOf(picture);
+  const auto [width, height] = picture.size;
+  Image tile = newColourImage(picture.size);
+  const Zop8u dark[3] = {24, 24, 24};
+  check(zopiSet_8u_C3R(dark, tile.data(), tile.step, tile.size));
+  const double top = 3.0 * width * height / kBytes;
+  for (int x = 0; x < width; ++x) {
+    for (int c = 0; c < 3; ++c) {
+      const double share = std::min(counts[c][x * kBytes / width] / top, 1.0);
+      const int bar = static_cast<int>(share * height);
+      if (bar > 0) check(zopiSet_8u_C3CR(240, tile.row(height - bar) + 3 * x + c, tile.step, {1, bar}));
+    }
+  }
+  return tile;
+}
+
+// Each channel by a curve that makes all of its values about as frequent.
+Image equalised(const Image& picture) {
+  const Counts counts = countsOf(picture);
+  std::array<Zop32s, kBytes + 1> levels;
+  std::array<std::array<Zop32s, kBytes + 1>, 3> values;
+  for (int i = 0; i <= kBytes; ++i) levels[i] = i;
+  for (int c = 0; c < 3; ++c) {
+    std::int64_t below = 0;
+    for (int i = 0; i < kBytes; ++i) {
+      below += counts[c][i];
+      values[c][i] =
+          static_cast<Zop32s>(255 * below / (picture.size.width * std::int64_t{picture.size.height}));
+    }
+    values[c][kBytes] = 255;
+  }
+  const Zop32s* const levelsAt[3] = {levels.data(), levels.data(), levels.data()};
+  const Zop32s* const valuesAt[3] = {values[0].data(), values[1].data(), values[2].data()};
+  const int levelCounts[3] = {kBytes + 1, kBytes + 1, kBytes + 1};
+  Image tile = newColourImage(picture.size);
+  check(zopiLUT_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size, valuesAt, levelsAt,
+                       levelCounts));
+  return tile;
+}
+
+// A curve through five points: dark and light samples change places twice.
+Image curved(const Image& picture) {
+  const Zop32s levels[5] = {0, 64, 128, 192, 256}, values[5] = {20, 200, 60, 240, 120};
+  const Zop32s *const levelsAt[3] = {levels, levels, levels}, *const valuesAt[3] = {values, values, values};
+  const int levelCounts[3] = {5, 5, 5};
+  Image tile = newColourImage(picture.size);
+  check(zopiLUT_Cubic_8u_C3R(picture.data(), picture.step, tile.data(), tile.step, tile.size, valuesAt,
+                             levelsAt, levelCounts));
+  return tile;
+}
+
+// A cross at the centroid of the light, and about it the box whose sides are twice the deviations.
+Image withCentroid(const Image& picture) {
+  Image tile = copyOf(picture);
+  const Image luma = newGrayImage(picture.size);
+  check(zopiRGBToGray_8u_C3C1R(picture.data(), picture.step, luma.data(), luma.step, luma.size));
+  ZopMomentState* state = nullptr;
+  check(zopiMomentInitAlloc_64f(&state, 0));
+  check(zopiMoments64f_8u_C1R(luma.data(), luma.step, luma.size, state));
+  double m00, m10, m01, mu20, mu02;
+  check(zopiGetSpatialMoment_64f(state, 0, 0, 0, {0, 0}, &m00));
+  check(zopiGetSpatialMoment_64f(state, 1, 0, 0, {0, 0}, &m10));
+  check(zopiGetSpatialMoment_64f(state, 0, 1, 0, {0, 0}, &m01));
+  check(zopiGetCentralMoment_64f(state, 2, 0, 0, &mu20));
+  check(zopiGetCentralMoment_64f(state, 0, 2, 0, &mu02));
+  check(zopiMomentFree_64f(state));
+  const int x = static_cast<int>(m10 / m00), y = static_cast<int>(m01 / m00);
+  const int dx = static_cast<int>(std::sqrt(mu20 / m00)), dy = static_cast<int>(std::sqrt(mu02 / m00));
+  const auto bar = [&tile](int left, int top, int right, int bottom) {
+    const Zop8u yellow[3] = {255, 220, 0};
+    left = std::clamp(left, 0, tile.size.width - 1), right = std::clamp(right, left + 1, tile.size.width);
+    top = std::clamp(top, 0, tile.size.height - 1), bottom = std::clamp(bottom, top + 1, tile.size.height);
+    check(zopiSet_8u_C3R(yellow, tile.row(top) + 3 * left, tile.step, {right - left, bottom - top}));
+  };
+  bar(x - 8, y - 1, x + 9, y + 2);
+  bar(x - 1, y - 8, x + 2, y + 9);
+  for (const int side : {-1, 1}) {
+    bar(x + side * dx - 1, y - dy, x + side * dx + 1, y + dy);
+    bar(x - dx, y + side * dy - 1, x + dx, y + side * dy + 1);
+  }
+  return tile;
+}
+
+// Sums and differences of neighbours, down and across: a quarter of the picture, and what it lacks around
+// gray.
+Image subbands(const Image& picture) {
+  constexpr Zop32f kSum[] = {.5f, .5f}, kDifference[] = {.5f, -.5f};
+  const ZopImageSize half = {picture.size.width / 2, picture.size.height / 2};
+  const int samples = picture.size.width * 3, step = samples * static_cast<int>(sizeof(Zop32f));
+  std::vector<Zop32f> numbers(static_cast<std::size_t>(samples) * picture.size.height), bands(numbers);
+  check(zopiConvert_8u32f_C3R(picture.data(), picture.step, numbers.data(), step, picture.size));
+
+  ZopWTFwdState_32f_C3R* context = nullptr;
+  check(zopiWTFwdInitAlloc_32f_C3R(&context, kSum, 2, 1, kDifference, 2, 1));
+  int bytes = 0;
+  check(zopiWTFwdGetBufSize_C3R(context, &bytes));
+  std::vector<Zop8u> buffer(bytes);
+  Zop32f* const approx = bands.data();
+  Zop32f* const detailY = approx + half.width * 3;
+  Zop32f* const detailX = approx + static_cast<std::ptrdiff_t>(half.height) * samples;
+  Zop32f* const detailXY = detailX + half.width * 3;
+  check(zopiWTFwd_32f_C3R(numbers.data(), step, approx, step, detailX, step, detailY, step, detailXY, step,
+                          half, context, buffer.data()));
+  check(zopiWTFwdFree_32f_C3R(context));
+
+  const Zop32f four[] = {4, 4, 4}, gray[] = {128, 128, 128};
+  for (Zop32f* detail : {detailX, detailY, detailXY}) {
+    check(zopiMulC_32f_C3IR(four, detail, step, half));
+    check(zopiAddC_32f_C3IR(gray, detail, step, half));
+  }
+  Image tile = copyOf(picture);
+  check(zopiConvert_32f8u_C3R(approx, step, tile.data(), tile.step, {2 * half.width, 2 * half.height},
+                              zopRoundNear));
+  return tile;
+}
+
+// Each block of 8x8 made of its six lowest cosines.
+Image fewCosines(const Image& picture) {
+  constexpr int kSide = 8;
+  Image tile = copyOf(picture);
+  Zop16s block[kSide * kSide];
+  for (int c = 0; c < 3; ++c) {
+    const Image plane = planeOf(picture, c);
+    for (int y = 0; y + kSide <= plane.size.height; y += kSide) {
+      for (int x = 0; x + kSide <= plane.size.width; x += kSide) {
+        check(zopiDCT8x8FwdLS_8u16s_C1R(plane.row(y) + x, plane.step, block, -128));
+        for (int v = 0; v < kSide; ++v) {
+          for (int u = 0; u < kSide; ++u) {
+            if (u + v > 2) block[v * kSide + u] = 0;
+          }
+        }
+        check(zopiDCT8x8InvLSClip_16s8u_C1R(block, plane.row(y) + x, plane.step, 128, 0, 255));
+      }
+    }
+    check(zopiCopy_8u_C1C3R(plane.data(), plane.step, tile.data() + c, tile.step, tile.size));
+  }
+  return tile;
+}
+
+// Two levels a channel: the left half by thresholds, the right half by diffused errors.
+Image twoLevels(const Image& picture) {
+  Image tile = newColourImage(picture.size);
+  const int left = picture.size.width / 2;
+  check(zopiReduceBits_8u_C3R(picture.data(), picture.step, tile.data(), tile.step,
+                              {left, picture.size.height}, 0, zopDitherBayer, 2));
+  check(zopiReduceBits_8u_C3R(picture.data() + left * 3, picture.step, tile.data() + left * 3, tile.step,
+                              {picture.size.width - left, picture.size.height}, 0, zopDitherFS, 2));
+  return tile;
+}
+
+Image withNoise(const Image& picture) {
+  Image tile = copyOf(picture);
+  unsigned seed = 1;
+  check(zopiAddRandGauss_Direct_8u_C3IR(tile.data(), tile.step, tile.size, 0, 30, &seed));
+  return tile;
+}
+
+Image chirp(const Image& picture) {
+  Image tile = newColourImage(picture.size);
+  check(zopiImageJaehne_8u_C3R(tile.data(), tile.step, tile.size));
+  return tile;
+}
+
 constexpr Tile kTiles[] = {
     {"The picture", "zopiCopy_8u_C3R", copyOf},
     {"Red plane", "zopiCopy_8u_C3P3R, zopiCopy_8u_C1C3R", red},
@@ -573,7 +755,16 @@ constexpr Tile kTiles[] = {
     {"In perspective", "zopiWarpPerspective_8u_C3R", inPerspective},
     {"From quad to quad", "zopiWarpBilinearQuad_8u_C3R", stretchedBetweenQuads},
     {"Swirled", "zopiRemap_8u_C3R, cubic", swirled},
+    {"Histograms", "zopiHistogramEven_8u_C3R, zopiSet_8u_C3CR", histogramPlot},
+    {"Equalised", "zopiHistogramEven_8u_C3R, zopiLUT_8u_C3R", equalised},
+    {"A curve through five points", "zopiLUT_Cubic_8u_C3R", curved},
+    {"Centre and spread of the light", "zopiMoments64f_8u_C1R, zopiGetCentralMoment_64f", withCentroid},
     {"Frequencies, packed", "zopiFFTFwd_RToPack_32f_C1R, zopiLn_32f_C1IR", packedSpectrum},
+    {"Sums and differences", "zopiWTFwd_32f_C3R", subbands},
+    {"Six cosines a block", "zopiDCT8x8FwdLS_8u16s_C1R, _InvLSClip", fewCosines},
+    {"Two levels", "zopiReduceBits_8u_C3R", twoLevels},
+    {"Gaussian noise", "zopiAddRandGauss_Direct_8u_C3IR", withNoise},
+    {"A radial chirp", "zopiImageJaehne_8u_C3R", chirp},
 };
 
 }  // namespace

@@ -12,6 +12,15 @@
 extern "C" {
 #endif
 
+/// How samples become fewer levels.
+enum {
+  zopDitherNone = 0,  ///< a copy, or another depth
+  zopDitherFS = 1,  ///< errors are diffused with the weights of Floyd and Steinberg
+  zopDitherJJN = 2,  ///< with those of Jarvis, Judice and Ninke
+  zopDitherStucki = 3,  ///< with those of Stucki
+  zopDitherBayer = 4  ///< ordered thresholds of 4x4 pixels
+};
+
 /// @name RGB to YCbCr
 ///
 /// Studio-range YCbCr after ITU-R BT.601, in integers with 16 fraction bits: Y from 16 to 235, Cb and Cr from
@@ -1156,6 +1165,319 @@ ZOPI_API ZopStatus zopiHLSToBGR_8u_AP4C4R(const Zop8u* const pSrc[4], int srcSte
 /// 8-bit unsigned, four planes, the last is alpha.
 ZOPI_API ZopStatus zopiHLSToBGR_8u_AP4R(const Zop8u* const pSrc[4], int srcStep, Zop8u* const pDst[4],
     int dstStep, ZopImageSize roiSize);
+/// @}
+
+/// @name Curves
+///
+/// Maps the samples of each channel by a curve through given points. Of the segments between levels, number k
+/// holds the samples that are not below `pLevels`[k] and below `pLevels`[k + 1]; those that no segment holds
+/// pass unchanged. `AC4` forms leave the destination's alpha alone.
+///
+/// `LUT` makes `pValues`[k] of all samples of segment k. `LUT_Linear` draws a line between its two points; of
+/// integers its slope is a whole number, rounded toward zero, so that a line that rises by less than its
+/// width is flat. `LUT_Cubic` draws the cubic through four points: the two of the segment, the one before and
+/// the one behind, or at the ends of the curve the first or last four. With fewer than 4 levels it is
+/// `LUT_Linear`.
+///
+/// All is computed in double precision. `32f` results are rounded once; integers add one half, are rounded
+/// toward zero and saturate, and a segment that holds a single sample of the type makes its first value of
+/// it.
+///
+/// Levels need not increase; a segment whose upper level is not above its lower one holds nothing. Of
+/// segments that overlap, the last one counts in `8u` and `16s`, and the first in `32f`.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pValues`: What the curve makes of the levels. Of several channels, an array of such arrays.
+/// - `pLevels`: The levels. Of several channels, an array of such arrays.
+/// - `nLevels`: The number of levels, 2 or more. Of several channels, an array of them.
+///
+/// Arguments are checked in this order in the forms `C1`: @ref zopStatusNullPointer (-8) if a pointer is
+/// null, @ref zopStatusNullPointer (-8) if `pValues` or `pLevels` is null, @ref zopStatusBadSize (-6) if a
+/// width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1, @ref zopStatusBadLutLevels
+/// (-106) if there are fewer than 2 levels. After a failed check nothing is written.
+///
+/// Arguments are checked in this order in the forms `C3`, `AC4`, `C4`: @ref zopStatusNullPointer (-8) if a
+/// pointer is null, @ref zopStatusNullPointer (-8) if `pValues`, `pLevels` or `nLevels` is null, for each
+/// channel in turn, @ref zopStatusNullPointer (-8) if its values or levels are null and @ref
+/// zopStatusBadLutLevels (-106) if it has fewer than 2 levels, @ref zopStatusBadSize (-6) if a width or
+/// height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is
+/// written.
+///
+/// Returns @ref zopStatusOk, or @ref zopStatusNoMemory (-9) if there is no memory: for the tables of `16s`
+/// images of several channels or of 6401 pixels and more, or for the cubics of `32f`. Then nothing was
+/// written.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiLUT_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pValues, const Zop32s* pLevels, int nLevels);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiLUT_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pValues, const Zop32s* pLevels, int nLevels);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiLUT_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pValues, const Zop32f* pLevels, int nLevels);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiLUT_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[3], const Zop32s* const pLevels[3],
+    const int nLevels[3]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiLUT_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[3], const Zop32s* const pLevels[3],
+    const int nLevels[3]);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiLUT_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[3], const Zop32s* const pLevels[3],
+    const int nLevels[3]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiLUT_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[3], const Zop32s* const pLevels[3],
+    const int nLevels[3]);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiLUT_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* const pValues[3], const Zop32f* const pLevels[3],
+    const int nLevels[3]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiLUT_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* const pValues[3], const Zop32f* const pLevels[3],
+    const int nLevels[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiLUT_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[4], const Zop32s* const pLevels[4],
+    const int nLevels[4]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiLUT_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[4], const Zop32s* const pLevels[4],
+    const int nLevels[4]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiLUT_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* const pValues[4], const Zop32f* const pLevels[4],
+    const int nLevels[4]);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiLUT_Linear_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pValues, const Zop32s* pLevels, int nLevels);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiLUT_Linear_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pValues, const Zop32s* pLevels, int nLevels);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiLUT_Linear_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pValues, const Zop32f* pLevels, int nLevels);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiLUT_Linear_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[3], const Zop32s* const pLevels[3],
+    const int nLevels[3]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiLUT_Linear_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[3], const Zop32s* const pLevels[3],
+    const int nLevels[3]);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiLUT_Linear_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[3], const Zop32s* const pLevels[3],
+    const int nLevels[3]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiLUT_Linear_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[3], const Zop32s* const pLevels[3],
+    const int nLevels[3]);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiLUT_Linear_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* const pValues[3], const Zop32f* const pLevels[3],
+    const int nLevels[3]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiLUT_Linear_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* const pValues[3], const Zop32f* const pLevels[3],
+    const int nLevels[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiLUT_Linear_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[4], const Zop32s* const pLevels[4],
+    const int nLevels[4]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiLUT_Linear_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[4], const Zop32s* const pLevels[4],
+    const int nLevels[4]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiLUT_Linear_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* const pValues[4], const Zop32f* const pLevels[4],
+    const int nLevels[4]);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiLUT_Cubic_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pValues, const Zop32s* pLevels, int nLevels);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiLUT_Cubic_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* pValues, const Zop32s* pLevels, int nLevels);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiLUT_Cubic_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* pValues, const Zop32f* pLevels, int nLevels);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiLUT_Cubic_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[3], const Zop32s* const pLevels[3],
+    const int nLevels[3]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiLUT_Cubic_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[3], const Zop32s* const pLevels[3],
+    const int nLevels[3]);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiLUT_Cubic_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[3], const Zop32s* const pLevels[3],
+    const int nLevels[3]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiLUT_Cubic_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[3], const Zop32s* const pLevels[3],
+    const int nLevels[3]);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiLUT_Cubic_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* const pValues[3], const Zop32f* const pLevels[3],
+    const int nLevels[3]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiLUT_Cubic_32f_AC4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* const pValues[3], const Zop32f* const pLevels[3],
+    const int nLevels[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiLUT_Cubic_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[4], const Zop32s* const pLevels[4],
+    const int nLevels[4]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiLUT_Cubic_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32s* const pValues[4], const Zop32s* const pLevels[4],
+    const int nLevels[4]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiLUT_Cubic_32f_C4R(const Zop32f* pSrc, int srcStep, Zop32f* pDst, int dstStep,
+    ZopImageSize roiSize, const Zop32f* const pValues[4], const Zop32f* const pLevels[4],
+    const int nLevels[4]);
+/// @}
+
+/// @name Fewer levels
+///
+/// Turns samples into `levelCount` equally spaced levels of the range of their type (`32f`: from 0 to 1), and
+/// into those of another type where the name has two. `zopDitherBayer` compares what is above a level with a
+/// threshold of the pixel's place in a matrix of 4x4 (Bayer, An optimum method for two-level rendition of
+/// continuous-tone pictures, 1973). The others pass the error of a sample on to its neighbours, row by row
+/// from left to right (Floyd and Steinberg, An adaptive algorithm for spatial greyscale, 1976; Jarvis, Judice
+/// and Ninke, A survey of techniques for the display of continuous tone pictures on bilevel displays, 1976;
+/// Stucki, MECCA, 1981).
+///
+/// `zopDitherNone` keeps all levels: a copy, `zopiScale` with hint 0, of `32f` with the range from 0 to 1, or
+/// 65535 times the number. An unknown `ditherType` writes nothing, which is no error.
+///
+/// With diffused errors, and in the `C4` forms of the ordered dither, white of `8u` may become 254: numbers
+/// of levels are multiplied by a factor that has been rounded down. `AC4` leaves the fourth sample of the
+/// destination alone. Equal calls have equal results, with noise, too.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `noise`: By how many percent of a level thresholds move at random, from 0 to 100.
+/// - `ditherType`: One of the `zopDither` codes.
+/// - `levelCount`: How many levels there are, from 2 to 256.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1,
+/// @ref zopStatusBadNoise (-55) if `ditherType` is not 0 and `noise` is below 0 or above 100, @ref
+/// zopStatusBadLevels (-54) if `ditherType` is not 0 and `levelCount` is below 2 or above 256. After a failed
+/// check nothing is written.
+///
+/// Returns @ref zopStatusOk, or @ref zopStatusNoMemory (-9) if there is no memory for errors or noise.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiReduceBits_8u_C1R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiReduceBits_8u_C3R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiReduceBits_8u_C4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiReduceBits_8u_AC4R(const Zop8u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiReduceBits_16u_C1R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiReduceBits_16u_C3R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiReduceBits_16u_C4R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiReduceBits_16u_AC4R(const Zop16u* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiReduceBits_16s_C1R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiReduceBits_16s_C3R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiReduceBits_16s_C4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiReduceBits_16s_AC4R(const Zop16s* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit signed to 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiReduceBits_16s8u_C1R(const Zop16s* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit signed to 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiReduceBits_16s8u_C3R(const Zop16s* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit signed to 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiReduceBits_16s8u_C4R(const Zop16s* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit signed to 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiReduceBits_16s8u_AC4R(const Zop16s* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit unsigned to 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiReduceBits_16u8u_C1R(const Zop16u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit unsigned to 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiReduceBits_16u8u_C3R(const Zop16u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit unsigned to 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiReduceBits_16u8u_C4R(const Zop16u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// 16-bit unsigned to 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiReduceBits_16u8u_AC4R(const Zop16u* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// Single precision to 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiReduceBits_32f16s_C1R(const Zop32f* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// Single precision to 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiReduceBits_32f16s_C3R(const Zop32f* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// Single precision to 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiReduceBits_32f16s_C4R(const Zop32f* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// Single precision to 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiReduceBits_32f16s_AC4R(const Zop32f* pSrc, int srcStep, Zop16s* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// Single precision to 16-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiReduceBits_32f16u_C1R(const Zop32f* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// Single precision to 16-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiReduceBits_32f16u_C3R(const Zop32f* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// Single precision to 16-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiReduceBits_32f16u_C4R(const Zop32f* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// Single precision to 16-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiReduceBits_32f16u_AC4R(const Zop32f* pSrc, int srcStep, Zop16u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// Single precision to 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiReduceBits_32f8u_C1R(const Zop32f* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// Single precision to 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiReduceBits_32f8u_C3R(const Zop32f* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// Single precision to 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiReduceBits_32f8u_C4R(const Zop32f* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
+/// Single precision to 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiReduceBits_32f8u_AC4R(const Zop32f* pSrc, int srcStep, Zop8u* pDst, int dstStep,
+    ZopImageSize roiSize, int noise, int ditherType, int levelCount);
 /// @}
 
 #ifdef __cplusplus

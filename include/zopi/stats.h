@@ -12,6 +12,10 @@
 extern "C" {
 #endif
 
+/// What the moments of an image are computed into, and asked for from. One call at a time may compute into
+/// it; any number may ask at once.
+typedef struct ZopMomentState ZopMomentState;
+
 /// @name Sums
 ///
 /// Adds up the samples of each channel. Sums of integers are exact, and rounded once to double precision.
@@ -732,6 +736,333 @@ ZOPI_API ZopStatus zopiNormRel_L2_32f_C4R(const Zop32f* pSrc1, int src1Step, con
 /// Single precision, four channels, the last is alpha.
 ZOPI_API ZopStatus zopiNormRel_L2_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
     int src2Step, ZopImageSize roiSize, Zop64f pValue[3]);
+/// @}
+
+/// @name Histograms between given levels
+///
+/// Counts the samples of each channel in the bins between levels: bin k counts the samples that are not below
+/// `pLevels`[k] and below `pLevels`[k + 1]. What is below the first level or not below the last is not
+/// counted, nor is what is not a number. `AC4` forms leave alpha out.
+///
+/// Levels need not increase. A bin whose upper level is not above its lower one stays 0, and bins that
+/// overlap count the samples that they share once each.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pHist`: The counts, one less than levels. Of several channels, an array of such arrays.
+/// - `pLevels`: The levels. Of several channels, an array of such arrays.
+/// - `nLevels`: The number of levels, 2 or more. Of several channels, an array of them.
+///
+/// Arguments are checked in this order in the forms `C1`: @ref zopStatusNullPointer (-8) if a pointer is
+/// null, @ref zopStatusNullPointer (-8) if `pHist` or `pLevels` is null, @ref zopStatusBadSize (-6) if a
+/// width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1, @ref
+/// zopStatusBadHistogramLevels (-107) if there are fewer than 2 levels. After a failed check nothing is
+/// written.
+///
+/// Arguments are checked in this order in the forms `C3`, `AC4`, `C4`: @ref zopStatusNullPointer (-8) if a
+/// pointer is null, @ref zopStatusNullPointer (-8) if `pHist`, `pLevels` or `nLevels` is null, for each
+/// channel in turn, @ref zopStatusNullPointer (-8) if its counts or levels are null and @ref
+/// zopStatusBadHistogramLevels (-107) if it has fewer than 2 levels, @ref zopStatusBadSize (-6) if a width or
+/// height is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is
+/// written.
+///
+/// Returns @ref zopStatusOk, or for `16s` @ref zopStatusNoMemory (-9) if a table of 256 KB would be faster
+/// and there is no memory for it; the counts are 0 then, or of several channels partly so.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiHistogramRange_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* pHist, const Zop32s* pLevels, int nLevels);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiHistogramRange_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* pHist, const Zop32s* pLevels, int nLevels);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiHistogramRange_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* pHist, const Zop32f* pLevels, int nLevels);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiHistogramRange_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[3], const Zop32s* const pLevels[3], const int nLevels[3]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiHistogramRange_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[3], const Zop32s* const pLevels[3], const int nLevels[3]);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiHistogramRange_16s_C3R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[3], const Zop32s* const pLevels[3], const int nLevels[3]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiHistogramRange_16s_AC4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[3], const Zop32s* const pLevels[3], const int nLevels[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiHistogramRange_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[4], const Zop32s* const pLevels[4], const int nLevels[4]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiHistogramRange_16s_C4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[4], const Zop32s* const pLevels[4], const int nLevels[4]);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiHistogramRange_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[3], const Zop32f* const pLevels[3], const int nLevels[3]);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiHistogramRange_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[3], const Zop32f* const pLevels[3], const int nLevels[3]);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiHistogramRange_32f_C4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[4], const Zop32f* const pLevels[4], const int nLevels[4]);
+/// @}
+
+/// @name Histograms between even levels
+///
+/// Sets levels at even distances from `lowerLevel` to `upperLevel`, and counts as @ref
+/// zopiHistogramRange_8u_C1R and its kin do. Where the range is no multiple of the number of bins, the first
+/// bins are wider by 1 than the others.
+///
+/// If `upperLevel` is below `lowerLevel`, levels go down and all counts are 0; by less than the number of
+/// bins, all levels are `lowerLevel`.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pHist`: The counts, one less than levels. Of several channels, an array of such arrays.
+/// - `pLevels`: Receives the levels. Of several channels, an array of such arrays.
+/// - `nLevels`: The number of levels, 2 or more. Of several channels, an array of them.
+/// - `lowerLevel`: The first level. Of several channels, an array of them.
+/// - `upperLevel`: The last level, which is not counted. Of several channels, an array of them.
+///
+/// Arguments are checked in this order in the forms `C1`: @ref zopStatusNullPointer (-8) if a pointer is
+/// null, @ref zopStatusNullPointer (-8) if `pHist` or `pLevels` is null, @ref zopStatusBadSize (-6) if a
+/// width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1, @ref
+/// zopStatusBadHistogramLevels (-107) if there are fewer than 2 levels. After a failed check nothing is
+/// written.
+///
+/// Arguments are checked in this order in the forms `C3`, `AC4`, `C4`: @ref zopStatusNullPointer (-8) if a
+/// pointer is null, @ref zopStatusNullPointer (-8) if one of the arrays is null, for each channel in turn,
+/// @ref zopStatusNullPointer (-8) if its counts or levels are null and @ref zopStatusBadHistogramLevels
+/// (-107) if it has fewer than 2 levels, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref
+/// zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk, or for `16s` @ref zopStatusNoMemory (-9) if bins are not of one width, a table
+/// of 256 KB would be faster and there is no memory for it; the counts are 0 then, or of several channels
+/// partly so.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiHistogramEven_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* pHist, Zop32s* pLevels, int nLevels, int lowerLevel, int upperLevel);
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiHistogramEven_16s_C1R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* pHist, Zop32s* pLevels, int nLevels, int lowerLevel, int upperLevel);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiHistogramEven_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[3], Zop32s* const pLevels[3], const int nLevels[3], const int lowerLevel[3],
+    const int upperLevel[3]);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiHistogramEven_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[3], Zop32s* const pLevels[3], const int nLevels[3], const int lowerLevel[3],
+    const int upperLevel[3]);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiHistogramEven_16s_C3R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[3], Zop32s* const pLevels[3], const int nLevels[3], const int lowerLevel[3],
+    const int upperLevel[3]);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiHistogramEven_16s_AC4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[3], Zop32s* const pLevels[3], const int nLevels[3], const int lowerLevel[3],
+    const int upperLevel[3]);
+/// 8-bit unsigned, four channels.
+ZOPI_API ZopStatus zopiHistogramEven_8u_C4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[4], Zop32s* const pLevels[4], const int nLevels[4], const int lowerLevel[4],
+    const int upperLevel[4]);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiHistogramEven_16s_C4R(const Zop16s* pSrc, int srcStep, ZopImageSize roiSize,
+    Zop32s* const pHist[4], Zop32s* const pLevels[4], const int nLevels[4], const int lowerLevel[4],
+    const int upperLevel[4]);
+/// @}
+
+/// @name States of moments
+///
+/// Makes a state that moments are computed into, in double precision or as 64-bit integers. It holds none
+/// yet. Release it with the `zopiMomentFree` function of the same kind.
+///
+/// - `ppState`: Receives the state. If the function fails it is left as it was.
+/// - `hint`: Is stored and never read.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if `ppState` is null. After a failed
+/// check nothing is written.
+///
+/// Returns @ref zopStatusOk, or @ref zopStatusNoMemory (-9) if there is no memory for the state.
+/// @{
+/// 64-bit signed.
+ZOPI_API ZopStatus zopiMomentInitAlloc_64s(ZopMomentState** ppState, unsigned hint);
+/// Double precision.
+ZOPI_API ZopStatus zopiMomentInitAlloc_64f(ZopMomentState** ppState, unsigned hint);
+/// @}
+
+/// @name Release of states of moments
+///
+/// Releases a state. Another function that is given it afterwards fails, as long as its memory serves nobody
+/// else.
+///
+/// - `pState`: The state.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if `pState` is null, @ref
+/// zopStatusBadContext (-17) if it is no state of this kind. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 64-bit signed.
+ZOPI_API ZopStatus zopiMomentFree_64s(ZopMomentState* pState);
+/// Double precision.
+ZOPI_API ZopStatus zopiMomentFree_64f(ZopMomentState* pState);
+/// @}
+
+/// @name Moments
+///
+/// Computes the moments up to the third order of each channel into a state: with x and y counted from the
+/// first pixel of the region, the sums of x^m y^n f(x, y) over the region. They are made in double precision:
+/// for each row, from left to right, the sums of f, x f, x^2 f and x^3 f, and then, from the first row down,
+/// the sums of these times powers of y. `64s` states round and saturate the results. `AC4` forms leave alpha
+/// out.
+///
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `pState`: The state. What it held before is lost.
+///
+/// Arguments are checked in this order in the forms `8u_C1R`, `8u_C3R`, `8u_AC4R`: @ref zopStatusNullPointer
+/// (-8) if a pointer is null, @ref zopStatusNullPointer (-8) if `pState` is null, @ref zopStatusBadContext
+/// (-17) if it is no state of this kind, @ref zopStatusBadStep (-14) if a step is below 1, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStride (-37) if a row is longer
+/// than its step. After a failed check nothing is written.
+///
+/// Arguments are checked in this order in the forms `8u_C1R`, `8u_C3R`, `8u_AC4R`, `32f_C1R`, `32f_C3R`,
+/// `32f_AC4R`: @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusNullPointer (-8) if
+/// `pState` is null, @ref zopStatusBadContext (-17) if it is no state of this kind, @ref zopStatusBadStep
+/// (-14) if a step is below 1, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref
+/// zopStatusBadStride (-37) if a row is longer than its step. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMoments64s_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    ZopMomentState* pState);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMoments64s_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    ZopMomentState* pState);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMoments64s_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    ZopMomentState* pState);
+/// 8-bit unsigned, one channel.
+ZOPI_API ZopStatus zopiMoments64f_8u_C1R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    ZopMomentState* pState);
+/// 8-bit unsigned, three channels.
+ZOPI_API ZopStatus zopiMoments64f_8u_C3R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    ZopMomentState* pState);
+/// 8-bit unsigned, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMoments64f_8u_AC4R(const Zop8u* pSrc, int srcStep, ZopImageSize roiSize,
+    ZopMomentState* pState);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiMoments64f_32f_C1R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    ZopMomentState* pState);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiMoments64f_32f_C3R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    ZopMomentState* pState);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMoments64f_32f_AC4R(const Zop32f* pSrc, int srcStep, ZopImageSize roiSize,
+    ZopMomentState* pState);
+/// @}
+
+/// @name Spatial moments
+///
+/// Gives the sum of (x + `roiOffset.x`)^`mOrd` (y + `roiOffset.y`)^`nOrd` f(x, y), from the moments of a
+/// state. The normalised moment is that times m00^(-(`mOrd` + `nOrd` + 2) / 2).
+///
+/// - `pState`: The state.
+/// - `mOrd`: The order along x.
+/// - `nOrd`: The order along y. Both together are 3 or less, and neither is below 0.
+/// - `channel`: The channel, from 0.
+/// - `roiOffset`: Where the first pixel of the region lies.
+/// - `pValue`: The moment.
+/// - `scaleFactor`: The moment is multiplied by 2^-`scaleFactor`, rounded to nearest with ties to even, and
+///   saturated.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusNullPointer (-8) if `pState` is null, @ref zopStatusBadContext (-17) if it is no state of this
+/// kind, @ref zopStatusBadSize (-6) if an order is below 0, or both together are above 3, @ref
+/// zopStatusBadMomentChannel (-47) if the state holds no moments of such a channel. After a failed check
+/// nothing is written.
+///
+/// Returns @ref zopStatusOk; normalised moments @ref zopStatusBadMoment00 (-20) if m00 is not above 2^-52 in
+/// magnitude.
+/// @{
+/// 64-bit signed.
+ZOPI_API ZopStatus zopiGetSpatialMoment_64s(const ZopMomentState* pState, int mOrd, int nOrd, int channel,
+    ZopImagePoint roiOffset, Zop64s* pValue, int scaleFactor);
+/// Double precision.
+ZOPI_API ZopStatus zopiGetSpatialMoment_64f(const ZopMomentState* pState, int mOrd, int nOrd, int channel,
+    ZopImagePoint roiOffset, Zop64f* pValue);
+/// 64-bit signed.
+ZOPI_API ZopStatus zopiGetNormalizedSpatialMoment_64s(const ZopMomentState* pState, int mOrd, int nOrd,
+    int channel, ZopImagePoint roiOffset, Zop64s* pValue, int scaleFactor);
+/// Double precision.
+ZOPI_API ZopStatus zopiGetNormalizedSpatialMoment_64f(const ZopMomentState* pState, int mOrd, int nOrd,
+    int channel, ZopImagePoint roiOffset, Zop64f* pValue);
+/// @}
+
+/// @name Central moments
+///
+/// Gives the moment about the centroid, which is (m10 / m00, m01 / m00). The normalised moment is that times
+/// m00^(-(`mOrd` + `nOrd` + 2) / 2), which does not change with the size of what the image shows.
+///
+/// - `pState`: The state.
+/// - `mOrd`: The order along x.
+/// - `nOrd`: The order along y. Both together are 3 or less, and neither is below 0.
+/// - `channel`: The channel, from 0.
+/// - `pValue`: The moment.
+/// - `scaleFactor`: The moment is multiplied by 2^-`scaleFactor`, rounded to nearest with ties to even, and
+///   saturated.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusNullPointer (-8) if `pState` is null, @ref zopStatusBadContext (-17) if it is no state of this
+/// kind, @ref zopStatusBadSize (-6) if an order is below 0, or both together are above 3, @ref
+/// zopStatusBadMomentChannel (-47) if the state holds no moments of such a channel. After a failed check
+/// nothing is written.
+///
+/// Returns @ref zopStatusOk, or @ref zopStatusBadMoment00 (-20) if m00 is not above 2^-52 in magnitude.
+/// @{
+/// 64-bit signed.
+ZOPI_API ZopStatus zopiGetCentralMoment_64s(const ZopMomentState* pState, int mOrd, int nOrd, int channel,
+    Zop64s* pValue, int scaleFactor);
+/// Double precision.
+ZOPI_API ZopStatus zopiGetCentralMoment_64f(const ZopMomentState* pState, int mOrd, int nOrd, int channel,
+    Zop64f* pValue);
+/// 64-bit signed.
+ZOPI_API ZopStatus zopiGetNormalizedCentralMoment_64s(const ZopMomentState* pState, int mOrd, int nOrd,
+    int channel, Zop64s* pValue, int scaleFactor);
+/// Double precision.
+ZOPI_API ZopStatus zopiGetNormalizedCentralMoment_64f(const ZopMomentState* pState, int mOrd, int nOrd,
+    int channel, Zop64f* pValue);
+/// @}
+
+/// @name Invariant moments
+///
+/// Gives the seven combinations of normalised central moments that do not change when what the image shows is
+/// moved, scaled or turned (Hu, Visual pattern recognition by moment invariants, 1962). The last changes its
+/// sign in a mirror.
+///
+/// - `pState`: The state.
+/// - `channel`: The channel, from 0.
+/// - `pHu`: The seven invariants.
+/// - `scaleFactor`: They are multiplied by 2^-`scaleFactor`, rounded to nearest with ties to even, and
+///   saturated.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusNullPointer (-8) if `pState` is null, @ref zopStatusBadContext (-17) if it is no state of this
+/// kind, @ref zopStatusBadMomentChannel (-47) if the state holds no moments of such a channel. After a failed
+/// check nothing is written.
+///
+/// Returns @ref zopStatusOk, or @ref zopStatusBadMoment00 (-20) if m00 is not above 2^-52 in magnitude.
+/// @{
+/// 64-bit signed.
+ZOPI_API ZopStatus zopiGetHuMoments_64s(const ZopMomentState* pState, int channel, Zop64s pHu[7],
+    int scaleFactor);
+/// Double precision.
+ZOPI_API ZopStatus zopiGetHuMoments_64f(const ZopMomentState* pState, int channel, Zop64f pHu[7]);
 /// @}
 
 #ifdef __cplusplus

@@ -30,6 +30,19 @@ typedef struct ZopFFTSpec_R_32f ZopFFTSpec_R_32f;
 /// The same for images of integers.
 typedef struct ZopFFTSpec_R_32s ZopFFTSpec_R_32s;
 
+/// The filters of a wavelet, made ready to split images of one channel. It never changes and may serve
+/// several threads at once.
+typedef struct ZopWTFwdState_32f_C1R ZopWTFwdState_32f_C1R;
+
+/// The same for images of three channels.
+typedef struct ZopWTFwdState_32f_C3R ZopWTFwdState_32f_C3R;
+
+/// The filters of a wavelet, made ready to put images of one channel together again.
+typedef struct ZopWTInvState_32f_C1R ZopWTInvState_32f_C1R;
+
+/// The same for images of three channels.
+typedef struct ZopWTInvState_32f_C3R ZopWTInvState_32f_C3R;
+
 /// @name Contexts of Fourier transforms
 ///
 /// Computes what transforms of 2^`orderX` columns and 2^`orderY` rows need. `C_32fc` serves complex images,
@@ -296,6 +309,323 @@ ZOPI_API ZopStatus zopiDCT8x8Inv_16s8u_C1R(const Zop16s pSrc[64], Zop8u* pDst, i
 /// 16-bit signed to 8-bit unsigned, one channel.
 ZOPI_API ZopStatus zopiDCT8x8InvLSClip_16s8u_C1R(const Zop16s pSrc[64], Zop8u* pDst, int dstStep,
     Zop16s addVal, Zop8u clipDown, Zop8u clipUp);
+/// @}
+
+/// @name Products of packed spectra
+///
+/// Multiplies two images in the packed order of `zopiFFTFwd_RToPack`, number by number of the spectra that
+/// they hold. The region is the whole image, and its sides may have any length. Channels are independent, and
+/// `AC4` leaves the fourth sample of the destination alone. With a + ib of the first image and c + id of the
+/// second one, or of `pSrcDst`:
+///
+/// - `MulPack`: (ac - bd) + i(bc + ad)
+///
+/// - `MulPackConj`: (ac + bd) + i(bc - ad), the product with the conjugate of the second number. An image
+///   with itself gives its power spectrum.
+///
+/// Numbers that are real by symmetry are multiplied as such. `32f`: exact products, one sum in double
+/// precision, rounded to float. Integers: the exact sum, multiplied by 2^-`scaleFactor` and saturated. Where
+/// `scaleFactor` is above 0, real parts are rounded down, and imaginary parts to nearest with halves up.
+///
+/// - `pSrc1`, `src1Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrc2`, `src2Step`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `roiSize`: Width and height of the region in pixels.
+/// - `scaleFactor`: Results are multiplied by 2 to the power of minus this number. Any value is valid.
+/// - `pSrc`, `srcStep`: First pixel of the source region, and the distance in bytes from one of its rows to
+///   the next.
+/// - `pSrcDst`, `srcDstStep`: First pixel of the region that is read and overwritten, and the distance in
+///   bytes between its rows.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadStep (-14) if a step is below 1, @ref zopStatusBadSize (-6) if a width or height is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// 16-bit signed, one channel.
+ZOPI_API ZopStatus zopiMulPack_16s_C1RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels.
+ZOPI_API ZopStatus zopiMulPack_16s_C3RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, four channels.
+ZOPI_API ZopStatus zopiMulPack_16s_C4RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMulPack_16s_AC4RSfs(const Zop16s* pSrc1, int src1Step, const Zop16s* pSrc2,
+    int src2Step, Zop16s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, one channel.
+ZOPI_API ZopStatus zopiMulPack_32s_C1RSfs(const Zop32s* pSrc1, int src1Step, const Zop32s* pSrc2,
+    int src2Step, Zop32s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, three channels.
+ZOPI_API ZopStatus zopiMulPack_32s_C3RSfs(const Zop32s* pSrc1, int src1Step, const Zop32s* pSrc2,
+    int src2Step, Zop32s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, four channels.
+ZOPI_API ZopStatus zopiMulPack_32s_C4RSfs(const Zop32s* pSrc1, int src1Step, const Zop32s* pSrc2,
+    int src2Step, Zop32s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMulPack_32s_AC4RSfs(const Zop32s* pSrc1, int src1Step, const Zop32s* pSrc2,
+    int src2Step, Zop32s* pDst, int dstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiMulPack_16s_C1IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiMulPack_16s_C3IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, four channels, in place.
+ZOPI_API ZopStatus zopiMulPack_16s_C4IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 16-bit signed, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiMulPack_16s_AC4IRSfs(const Zop16s* pSrc, int srcStep, Zop16s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, one channel, in place.
+ZOPI_API ZopStatus zopiMulPack_32s_C1IRSfs(const Zop32s* pSrc, int srcStep, Zop32s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, three channels, in place.
+ZOPI_API ZopStatus zopiMulPack_32s_C3IRSfs(const Zop32s* pSrc, int srcStep, Zop32s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, four channels, in place.
+ZOPI_API ZopStatus zopiMulPack_32s_C4IRSfs(const Zop32s* pSrc, int srcStep, Zop32s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// 32-bit signed, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiMulPack_32s_AC4IRSfs(const Zop32s* pSrc, int srcStep, Zop32s* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize, int scaleFactor);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiMulPack_32f_C1R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiMulPack_32f_C3R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels.
+ZOPI_API ZopStatus zopiMulPack_32f_C4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha.
+ZOPI_API ZopStatus zopiMulPack_32f_AC4R(const Zop32f* pSrc1, int src1Step, const Zop32f* pSrc2,
+    int src2Step, Zop32f* pDst, int dstStep, ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiMulPack_32f_C1IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiMulPack_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiMulPack_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiMulPack_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst, int srcDstStep,
+    ZopImageSize roiSize);
+/// Single precision, one channel, in place.
+ZOPI_API ZopStatus zopiMulPackConj_32f_C1IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize);
+/// Single precision, three channels, in place.
+ZOPI_API ZopStatus zopiMulPackConj_32f_C3IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize);
+/// Single precision, four channels, in place.
+ZOPI_API ZopStatus zopiMulPackConj_32f_C4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize);
+/// Single precision, four channels, the last is alpha, in place.
+ZOPI_API ZopStatus zopiMulPackConj_32f_AC4IR(const Zop32f* pSrc, int srcStep, Zop32f* pSrcDst,
+    int srcDstStep, ZopImageSize roiSize);
+/// @}
+
+/// @name Spectra without packing
+///
+/// Writes the whole spectrum F(u, v) of a real image from the packed half of it: F(W - u, H - v) is the
+/// conjugate of F(u, v). Of `32s` the negative of the lowest integer is the largest one. Source and
+/// destination must not overlap.
+///
+/// - `pSrc`, `srcSize`, `srcStep`: First pixel of the source image, its width and height in pixels, and the
+///   distance in bytes from one of its rows to the next.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14) if a step is below 1.
+/// After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision to single-precision complex, one channel.
+ZOPI_API ZopStatus zopiPackToCplxExtend_32f32fc_C1R(const Zop32f* pSrc, ZopImageSize srcSize, int srcStep,
+    Zop32fc* pDst, int dstStep);
+/// 32-bit signed to 32-bit complex, one channel.
+ZOPI_API ZopStatus zopiPackToCplxExtend_32s32sc_C1R(const Zop32s* pSrc, ZopImageSize srcSize, int srcStep,
+    Zop32sc* pDst, int dstStep);
+/// @}
+
+/// @name Contexts of wavelet transforms
+///
+/// Takes a pair of filters, whose taps are copied. A filter t of length L with its anchor a makes y(n) = sum
+/// of t[j] x(n + a - j): the tap at the anchor meets the sample at the output's place, later taps the samples
+/// before it. `zopiWTFwd` takes the pair that splits an image, `zopiWTInv` the pair that puts it together.
+/// Release the context with the `Free` function of its kind.
+///
+/// - `ppState`: Receives the context. If the function fails it is left as it was.
+/// - `pTapsLow`: Taps of the low-pass filter.
+/// - `lenLow`: How many there are, at least 2.
+/// - `anchorLow`: The number of the tap that is the filter's anchor, from 0 on.
+/// - `pTapsHigh`: Taps of the high-pass filter.
+/// - `lenHigh`: How many there are, at least 2.
+/// - `anchorHigh`: The number of the tap that is the filter's anchor, from 0 on.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if a pointer is null, @ref
+/// zopStatusBadSize (-6) if a length is below 2, @ref zopStatusBadAnchor (-34) if an anchor is below 0 or not
+/// below the length of its filter. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk, or @ref zopStatusNoMemory (-9) if there is no memory for the context, or a
+/// transform would need a buffer of 2 GiB or more.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiWTFwdInitAlloc_32f_C1R(ZopWTFwdState_32f_C1R** ppState, const Zop32f* pTapsLow,
+    int lenLow, int anchorLow, const Zop32f* pTapsHigh, int lenHigh, int anchorHigh);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiWTFwdInitAlloc_32f_C3R(ZopWTFwdState_32f_C3R** ppState, const Zop32f* pTapsLow,
+    int lenLow, int anchorLow, const Zop32f* pTapsHigh, int lenHigh, int anchorHigh);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiWTInvInitAlloc_32f_C1R(ZopWTInvState_32f_C1R** ppState, const Zop32f* pTapsLow,
+    int lenLow, int anchorLow, const Zop32f* pTapsHigh, int lenHigh, int anchorHigh);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiWTInvInitAlloc_32f_C3R(ZopWTInvState_32f_C3R** ppState, const Zop32f* pTapsLow,
+    int lenLow, int anchorLow, const Zop32f* pTapsHigh, int lenHigh, int anchorHigh);
+/// @}
+
+/// @name Release of contexts of wavelet transforms
+///
+/// Releases a context. Another function that is given it afterwards fails, as long as its memory serves
+/// nobody else.
+///
+/// - `pState`: The context.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if `pState` is null, @ref
+/// zopStatusBadContext (-17) if it is no context of this kind. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiWTFwdFree_32f_C1R(ZopWTFwdState_32f_C1R* pState);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiWTFwdFree_32f_C3R(ZopWTFwdState_32f_C3R* pState);
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiWTInvFree_32f_C1R(ZopWTInvState_32f_C1R* pState);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiWTInvFree_32f_C3R(ZopWTInvState_32f_C3R* pState);
+/// @}
+
+/// @name Buffers of wavelet transforms
+///
+/// Tells how many bytes the `pBuffer` of a transform must have, at any address, whatever the size of the
+/// image.
+///
+/// - `pState`: The context.
+/// - `pSize`: Receives the size in bytes.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if `pState` is null, @ref
+/// zopStatusBadContext (-17) if it is no context of this kind, @ref zopStatusNullPointer (-8) if `pSize` is
+/// null. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+ZOPI_API ZopStatus zopiWTFwdGetBufSize_C1R(const ZopWTFwdState_32f_C1R* pState, int* pSize);
+ZOPI_API ZopStatus zopiWTFwdGetBufSize_C3R(const ZopWTFwdState_32f_C3R* pState, int* pSize);
+ZOPI_API ZopStatus zopiWTInvGetBufSize_C1R(const ZopWTInvState_32f_C1R* pState, int* pSize);
+ZOPI_API ZopStatus zopiWTInvGetBufSize_C3R(const ZopWTInvState_32f_C3R* pState, int* pSize);
+/// @}
+
+/// @name Wavelet transform of an image
+///
+/// Splits an image of 2W by 2H pixels into four subbands of W by H: the pair of filters goes down the
+/// columns, then along the rows, and every other result is kept, those at even places. This is one level of
+/// the transform of Mallat (A theory for multiresolution signal decomposition, 1989). Channels are
+/// independent.
+///
+/// | Subband | down the columns | along the rows | |---|---|---| | `pApproxDst` | low | low | | `pDetailXDst`
+/// | high | low | | `pDetailYDst` | low | high | | `pDetailXYDst` | high | high |
+///
+/// The image needs borders that the caller has filled: L - 1 - a pixels before its first one and a - 1 behind
+/// its last one in each direction, for the filter that asks for more. Sums down the columns are rounded to
+/// float after each tap, from the uppermost row on, those along the rows once.
+///
+/// The memory for a call, `pBuffer`, has as many bytes as `zopiWTFwdGetBufSize` tells. Images must not
+/// overlap.
+///
+/// - `pSrc`, `srcStep`: First pixel of the image, behind its borders, and the distance in bytes from one of
+///   its rows to the next.
+/// - `pApproxDst`, `approxStep`: First pixel of the destination region, and the distance in bytes from one of
+///   its rows to the next.
+/// - `pDetailXDst`, `detailXStep`: First pixel of the destination region, and the distance in bytes from one
+///   of its rows to the next.
+/// - `pDetailYDst`, `detailYStep`: First pixel of the destination region, and the distance in bytes from one
+///   of its rows to the next.
+/// - `pDetailXYDst`, `detailXYStep`: First pixel of the destination region, and the distance in bytes from
+///   one of its rows to the next.
+/// - `dstRoiSize`: Width and height of a subband in pixels.
+/// - `pState`: The context.
+/// - `pBuffer`: Memory for the call.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if `pState` is null, @ref
+/// zopStatusBadContext (-17) if it is no context of this kind, @ref zopStatusNullPointer (-8) if `pBuffer` is
+/// null, @ref zopStatusNullPointer (-8) if a pointer is null, @ref zopStatusBadSize (-6) if a width or height
+/// is below 1, @ref zopStatusBadStep (-14) if a step is below 1. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiWTFwd_32f_C1R(const Zop32f* pSrc, int srcStep, Zop32f* pApproxDst, int approxStep,
+    Zop32f* pDetailXDst, int detailXStep, Zop32f* pDetailYDst, int detailYStep, Zop32f* pDetailXYDst,
+    int detailXYStep, ZopImageSize dstRoiSize, const ZopWTFwdState_32f_C1R* pState, Zop8u* pBuffer);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiWTFwd_32f_C3R(const Zop32f* pSrc, int srcStep, Zop32f* pApproxDst, int approxStep,
+    Zop32f* pDetailXDst, int detailXStep, Zop32f* pDetailYDst, int detailYStep, Zop32f* pDetailXYDst,
+    int detailXYStep, ZopImageSize dstRoiSize, const ZopWTFwdState_32f_C3R* pState, Zop8u* pBuffer);
+/// @}
+
+/// @name Inverse wavelet transform
+///
+/// Puts an image of 2W by 2H pixels together from four subbands of W by H, named as those of `zopiWTFwd`.
+/// Along each axis, y(m) is the sum of t[j] u(m + a - j) over the taps of both filters, where u(2k) is the
+/// sample k of a subband and u is 0 at odd places.
+///
+/// The subbands need borders that the caller has filled. A filter reads at most a / 2 pixels (rounded up)
+/// behind the last one, and as many before the first one as the rest of half its taps.
+///
+/// The memory for a call, `pBuffer`, has as many bytes as `zopiWTInvGetBufSize` tells. Images must not
+/// overlap.
+///
+/// - `pApproxSrc`, `approxStep`: First pixel of a subband, behind its borders, and the distance in bytes from
+///   one of its rows to the next.
+/// - `pDetailXSrc`, `detailXStep`: First pixel of a subband, behind its borders, and the distance in bytes
+///   from one of its rows to the next.
+/// - `pDetailYSrc`, `detailYStep`: First pixel of a subband, behind its borders, and the distance in bytes
+///   from one of its rows to the next.
+/// - `pDetailXYSrc`, `detailXYStep`: First pixel of a subband, behind its borders, and the distance in bytes
+///   from one of its rows to the next.
+/// - `srcRoiSize`: Width and height of a subband in pixels.
+/// - `pDst`, `dstStep`: First pixel of the destination region, and the distance in bytes from one of its rows
+///   to the next.
+/// - `pState`: The context.
+/// - `pBuffer`: Memory for the call.
+///
+/// Arguments are checked in this order: @ref zopStatusNullPointer (-8) if `pState` or `pBuffer` is null, @ref
+/// zopStatusBadContext (-17) if `pState` is no context of this kind, @ref zopStatusNullPointer (-8) if a
+/// pointer is null, @ref zopStatusBadSize (-6) if a width or height is below 1, @ref zopStatusBadStep (-14)
+/// if a step is below 1. After a failed check nothing is written.
+///
+/// Returns @ref zopStatusOk.
+/// @{
+/// Single precision, one channel.
+ZOPI_API ZopStatus zopiWTInv_32f_C1R(const Zop32f* pApproxSrc, int approxStep, const Zop32f* pDetailXSrc,
+    int detailXStep, const Zop32f* pDetailYSrc, int detailYStep, const Zop32f* pDetailXYSrc,
+    int detailXYStep, ZopImageSize srcRoiSize, Zop32f* pDst, int dstStep,
+    const ZopWTInvState_32f_C1R* pState, Zop8u* pBuffer);
+/// Single precision, three channels.
+ZOPI_API ZopStatus zopiWTInv_32f_C3R(const Zop32f* pApproxSrc, int approxStep, const Zop32f* pDetailXSrc,
+    int detailXStep, const Zop32f* pDetailYSrc, int detailYStep, const Zop32f* pDetailXYSrc,
+    int detailXYStep, ZopImageSize srcRoiSize, Zop32f* pDst, int dstStep,
+    const ZopWTInvState_32f_C3R* pState, Zop8u* pBuffer);
 /// @}
 
 #ifdef __cplusplus

@@ -115,22 +115,7 @@ struct MulComplex {
 
   template <class D, class V>
   static HWY_INLINE Wide<WideTag<D>> exact(D d, V a, V b) {
-    const WideTag<D> dw;
-    hn::Vec<WideTag<D>> re, im;
-    if constexpr (sizeof(hn::TFromD<D>) == 4) {
-      const auto aIm = oddAsEven(d, a), bIm = oddAsEven(d, b);
-      re = hn::Sub(hn::MulEven(a, b), hn::MulEven(aIm, bIm));
-      im = hn::Add(hn::MulEven(a, bIm), hn::MulEven(aIm, b));
-    } else {
-      const auto wa = widen(d, a), wb = widen(d, b);
-      re = hn::Sub(hn::Mul(wa.even, wb.even), hn::Mul(wa.odd, wb.odd));
-      im = hn::Add(hn::Mul(wa.even, wb.odd), hn::Mul(wa.odd, wb.even));
-    }
-    // One sum leaves the lane, that of two equal largest products, and wraps to the lowest value, which no
-    // true sum takes.
-    using T = hn::TFromD<decltype(dw)>;
-    const auto lowest = hn::Set(dw, std::numeric_limits<T>::min());
-    return {re, hn::IfThenElse(hn::Eq(im, lowest), hn::Set(dw, std::numeric_limits<T>::max()), im)};
+    return complexProducts(d, a, b);
   }
   template <class D, class V>
   static HWY_INLINE V saturated(D d, V a, V b) {

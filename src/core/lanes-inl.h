@@ -89,6 +89,28 @@ HWY_INLINE hn::Vec<D> narrow(D d, Wide<W> v) {
   return hn::OddEven(hn::BitCast(d, hn::ShiftLeft<8 * sizeof(T)>(odd)), hn::BitCast(d, even));
 }
 
+// Products of complex numbers, whose real parts stand in even lanes and their imaginary parts in odd ones:
+// real parts in `even`, imaginary parts in `odd`. Exact but for one sum.
+template <class D, class V>
+HWY_INLINE Wide<WideTag<D>> complexProducts(D d, V a, V b) {
+  const WideTag<D> dw;
+  hn::Vec<WideTag<D>> re, im;
+  if constexpr (sizeof(hn::TFromD<D>) == 4) {
+    const auto aIm = oddAsEven(d, a), bIm = oddAsEven(d, b);
+    re = hn::Sub(hn::MulEven(a, b), hn::MulEven(aIm, bIm));
+    im = hn::Add(hn::MulEven(a, bIm), hn::MulEven(aIm, b));
+  } else {
+    const auto wa = widen(d, a), wb = widen(d, b);
+    re = hn::Sub(hn::Mul(wa.even, wb.even), hn::Mul(wa.odd, wb.odd));
+    im = hn::Add(hn::Mul(wa.even, wb.odd), hn::Mul(wa.odd, wb.even));
+  }
+  // One sum leaves the lane, that of two equal largest products, and wraps to the lowest value, which no
+  // true sum takes.
+  using T = hn::TFromD<WideTag<D>>;
+  const auto lowest = hn::Set(dw, std::numeric_limits<T>::min());
+  return {re, hn::IfThenElse(hn::Eq(im, lowest), hn::Set(dw, std::numeric_limits<T>::max()), im)};
+}
+
 template <class W, class F>
 HWY_INLINE Wide<W> each(Wide<W> v, const F& f) {
   return {f(W(), v.even), f(W(), v.odd)};

@@ -8,7 +8,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
+#include "core/colours-inl.h"
 #include "core/pixelwise-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -45,6 +47,26 @@ struct Lookup {
   }
 };
 
+// A table for each colour.
+template <int kColours>
+struct ColourLookup {
+  Lookup colours[kColours];
+
+  HWY_INLINE explicit ColourLookup(const Zop8u* tables)
+      : ColourLookup(tables, std::make_index_sequence<kColours>()) {}
+  template <std::size_t... C>
+  HWY_INLINE ColourLookup(const Zop8u* tables, std::index_sequence<C...>)
+      : colours{Lookup(tables + 256 * C)...} {}
+
+  template <class D, class V>
+  HWY_INLINE void operator()(D d, V* v) const {
+#pragma GCC unroll 4
+    for (int c = 0; c < kColours; ++c) v[c] = colours[c](d, v[c]);
+  }
+};
+template <class Layout>
+constexpr auto bytesOfLayout = pixelRows<ColourLookup<Layout::colours>, Layout, Layout, Zop8u, const Zop8u*>;
+
 // One by one: a gather is no faster where it exists. Rows may start at any byte.
 HWY_INLINE Zop16u lookUpWord(const Zop16u* table, const Zop16u* at) {
   Zop16u word;
@@ -80,7 +102,11 @@ void wordRowsKeeping(const Pattern<Zop16u>& written, Image<const Zop16u> a, Imag
   }
 }
 
-constexpr LookupTable kTable = {unaryRows<Lookup, Zop8u, const Zop8u*>(), {wordRows, wordRowsKeeping}};
+constexpr LookupTable kTable = {unaryRows<Lookup, Zop8u, const Zop8u*>(),
+                                {wordRows, wordRowsKeeping},
+                                bytesOfLayout<C3>,
+                                bytesOfLayout<C4>,
+                                bytesOfLayout<AC4>};
 
 }  // namespace
 

@@ -2,6 +2,7 @@
 // and of a function of one word that takes many.
 #pragma once
 
+#include "core/pixel_images.h"
 #include "core/pixelwise.h"
 
 namespace zopi {
@@ -9,6 +10,13 @@ namespace zopi {
 struct LookupTable {
   UnaryRow<Zop8u, const Zop8u*> bytes;    // the parameter is a table of 256
   UnaryRow<Zop16u, const Zop16u*> words;  // the parameter is a table of 65536
+  // The parameter is a table of 256 for each colour, one after the other.
+  PixelRows<Zop8u, Zop8u, const Zop8u*> bytesOfC3, bytesOfC4, bytesOfAC4;
+
+  template <class Layout>
+  PixelRows<Zop8u, Zop8u, const Zop8u*> bytesOf() const {
+    return std::is_same_v<Layout, C3> ? bytesOfC3 : std::is_same_v<Layout, C4> ? bytesOfC4 : bytesOfAC4;
+  }
 };
 
 // The rows for this machine.

@@ -42,15 +42,22 @@ ZopStatus setColours(const T* values, Image<T> dst, ZopImageSize size) {
   return zopStatusOk;
 }
 
+// What a form of this layout writes: whole pixels, or only their colours.
+template <class Layout, class T>
+ZopStatus setWritten(const T* values, Image<T> dst, ZopImageSize size) {
+  if constexpr (Layout::colours < Layout::channels)
+    return setColours(values, dst, size);
+  else
+    return setPixels<Layout>(values, dst, size);
+}
+
 // Zero in every sample that a form may change.
 template <class Layout, class T>
 ZopStatus setZero(Image<T> dst, ZopImageSize size) {
   static_assert(!kIsComplex<T> || Layout::colours == Layout::channels);
   constexpr Real<T> zero[RealLayout<Layout, T>::channels] = {};
-  if constexpr (Layout::colours < Layout::channels)
-    return setColours(zero, dst.template as<Real<T>>(), size);
-  else
-    return setPixels<RealLayout<Layout, T>>(zero, dst.template as<Real<T>>(), size);
+  return setWritten<std::conditional_t<kIsComplex<T>, RealLayout<Layout, T>, Layout>>(
+      zero, dst.template as<Real<T>>(), size);
 }
 
 }  // namespace zopi

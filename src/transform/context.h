@@ -16,6 +16,8 @@ enum class ContextTag : std::int32_t {
   FftComplex = 25,
   FftReal = 26,
   FftInteger = 29,
+  MomentsInDoubles = 33,
+  MomentsInIntegers = 34,
   WaveletForwardC1 = 46,
   WaveletInverseC1 = 47,
   WaveletForwardC3 = 48,

@@ -6,7 +6,9 @@
 #include <span>
 #include <string>
 
+#include "zopi/color.h"
 #include "zopi/geom.h"
+#include "zopi/stats.h"
 #include "zopi/transform.h"
 #include "zopi/warp.h"
 
@@ -49,7 +51,70 @@ Value fourierContext(const Function& function) {
   if (name.find("32s") != std::string::npos) return contextFrom(zopiFFTInitAlloc_R_32s);
   return contextFrom(zopiFFTInitAlloc_R_32f);
 }
-int bufferBytes;
+thread_local int bufferBytes;
+
+// A state that holds moments of three channels, of the kind that a function takes.
+template <auto kInit, auto kCompute>
+void* stateFrom() {
+  static ZopMomentState* const state = [] {
+    ZopMomentState* made = nullptr;
+    const Zop8u pixel[3] = {1, 2, 3};
+    kInit(&made, 0);
+    kCompute(pixel, 3, {1, 1}, made);
+    return made;
+  }();
+  return state;
+}
+
+// A context with filters of two and three taps, of the kind that a function takes.
+template <class State>
+void* contextFrom(ZopStatus (*init)(State**, const Zop32f*, int, int, const Zop32f*, int, int)) {
+  static State* const state = [init] {
+    State* made = nullptr;
+    init(&made, weights, 2, 1, weights, 3, 1);
+    return made;
+  }();
+  return state;
+}
+Value momentState(const Function& function) {
+  const bool integers = std::string(function.name).find("64s") != std::string::npos;
+  return integers ? stateFrom<zopiMomentInitAlloc_64s, zopiMoments64s_8u_C3R>()
+                  : stateFrom<zopiMomentInitAlloc_64f, zopiMoments64f_8u_C3R>();
+}
+
+// Five points of a curve or levels of a histogram, the same ones for every channel, and memory for counts.
+constexpr int kLevels = 5;
+Zop32s levels[kLevels] = {0, 10, 20, 90, 100};
+Zop32f numberLevels[kLevels] = {0, 10, 20, 90, 100};
+Zop32s counts[kLevels];
+template <class T>
+Value forEachChannel(const Function& function, T* one) {
+  static T* all[4] = {one, one, one, one};
+  return function.sourceLayout == std::string("C1") ? one : static_cast<void*>(all);
+}
+Value forEachChannel(const Function& function, int number) {
+  static int all[3][4] = {{0, 0, 0, 0}, {5, 5, 5, 5}, {100, 100, 100, 100}};
+  if (function.sourceLayout == std::string("C1")) return number;
+  return static_cast<void*>(all[number / kLevels > 1 ? 2 : number / kLevels]);
+}
+Value levelParameter(const Function& function, const std::string& name) {
+  if (name == "nLevels") return forEachChannel(function, kLevels);
+  if (name == "lowerLevel") return forEachChannel(function, 0);
+  if (name == "upperLevel") return forEachChannel(function, 100);
+  if (name == "pHist") return forEachChannel(function, counts);
+  if (function.sourceType == std::string("32f")) return forEachChannel(function, numberLevels);
+  return forEachChannel(function, levels);
+}
+Value waveletContext(const Function& function) {
+  const std::string name = function.name;
+  const bool ofC1 = name.ends_with("C1R");
+  if (name.starts_with("zopiWTFwd"))
+    return ofC1 ? contextFrom(zopiWTFwdInitAlloc_32f_C1R) : contextFrom(zopiWTFwdInitAlloc_32f_C3R);
+  return ofC1 ? contextFrom(zopiWTInvInitAlloc_32f_C1R) : contextFrom(zopiWTInvInitAlloc_32f_C3R);
+}
+thread_local Zop8u waveletBuffer[1 << 14];
+
+bool ofWavelets(const Function& function) { return std::strncmp(function.operation, "WT", 2) == 0; }
 
 Value goodParameter(const Function& function, const Argument& argument) {
   const std::string operation = function.operation, name = argument.name;
@@ -64,13 +129,27 @@ Value goodParameter(const Function& function, const Argument& argument) {
   if (name == "divisor") return 3;
   if (name == "xFactor" || name == "yFactor" || name == "xFr" || name == "yFr") return 1.0;
   if (name == "interpolation") return zopInterLinear;
+  if (name == "levelCount") return 2;
+  if (name == "ditherType") return static_cast<int>(zopDitherStucki);
+  if (name == "noise") return 50;
   if (name == "srcSize") return ZopImageSize{5, 3};
   if (name == "srcRoi" || name == "dstRoi") return ZopImageRect{0, 0, 5, 3};
   if (name == "angle") return 30.0;
   if (name == "xShear" || name == "yShear") return 0.5;
   if (name == "pFFTSpec") return fourierContext(function);
-  if (name == "pBufSize") return &bufferBytes;
+  if (name == "pState") return ofWavelets(function) ? waveletContext(function) : momentState(function);
+  if (name == "pBuffer" && ofWavelets(function)) return static_cast<void*>(waveletBuffer);
+  if (name == "pBufSize" || name == "pSize") return &bufferBytes;
+  if (operation.starts_with("Histogram") || operation == "LUT") return levelParameter(function, name);
   return {};
+}
+
+// Wavelets go from or to an image of twice the size, and from images with borders: all of theirs have the
+// room.
+Halo haloOf(const Function& function, const Argument& argument, const std::vector<Value>& parameters,
+            ZopImageSize size) {
+  if (ofWavelets(function)) return {2, size.width + 2, 2, size.height + 2};
+  return function.halo(argument, parameters);
 }
 
 }  // namespace
@@ -89,7 +168,7 @@ Arguments::Arguments(const Function& function, ZopImageSize size)
       values.emplace_back(static_cast<void*>(steps_[i].data()));
     } else if (a.isPointer()) {
       const int pixelBytes = a.samples * a.sampleBytes;
-      const Halo halo = function.halo(a, parameters);
+      const Halo halo = haloOf(function, a, parameters, size);
       const int rows = a.isImage() ? halo.above + size.height + halo.below : 1;
       step = (a.isImage() ? halo.left + size.width + halo.right : 1) * pixelBytes;
       for (int p = 0; p < std::max(a.planes, 1); ++p) {
@@ -117,6 +196,12 @@ Arguments::Arguments(const Function& function, ZopImageSize size)
       values.push_back(parameters[i]);
     }
   }
+}
+
+std::vector<std::vector<unsigned char>> Arguments::bytes() const {
+  std::vector<std::vector<unsigned char>> result;
+  for (const auto& region : memory_) result.push_back(region->bytes());
+  return result;
 }
 
 bool Arguments::untouched() const {

@@ -19,6 +19,8 @@ class Arguments {
 
   // Whether every byte that an argument points to still has its first value.
   bool untouched() const;
+  // What is behind the arguments that are pointers, guards and all.
+  std::vector<std::vector<unsigned char>> bytes() const;
 
   // The plane pointers of an argument.
   std::vector<void*>& planes(std::size_t argument) { return planes_[argument]; }

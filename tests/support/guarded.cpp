@@ -14,9 +14,10 @@ namespace {
 
 const std::size_t kPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 
-// Mapping and unmapping costs more than most calls under test, so blocks are kept and used again.
+// Mapping and unmapping costs more than most calls under test, so each thread keeps its blocks and uses them
+// again.
 std::multimap<std::size_t, unsigned char*>& freeBlocks() {
-  static std::multimap<std::size_t, unsigned char*> blocks;
+  thread_local std::multimap<std::size_t, unsigned char*> blocks;
   return blocks;
 }
 
