@@ -1,5 +1,5 @@
-// What the rows of scaled and warped images share: whole numbers of vectors, colours without alpha, pairs of words.
-// Included once for each vector target, after hwy/highway.h.
+// What the rows of scaled and warped images share: whole numbers of vectors, colours without alpha, pairs of
+// words. Included once for each vector target, after hwy/highway.h.
 #if defined(ZOPI_GEOM_RESIZE_LANES_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef ZOPI_GEOM_RESIZE_LANES_INL_H_
 #undef ZOPI_GEOM_RESIZE_LANES_INL_H_
