@@ -23,5 +23,6 @@
 #include "zopi/synthesis.h"
 #include "zopi/transform.h"
 #include "zopi/types.h"
+#include "zopi/warp.h"
 
 #endif  // ZOPI_H_

@@ -112,6 +112,35 @@ constexpr char kInterpolationOrMeans[] = "checkInterpolation(interpolation,xFact
 std::vector<Value> unknownInterpolations(const Argument&) { return {0, 3, 5, 8, 16, INT32_MIN}; }
 std::vector<Value> neverInterpolations(const Argument&) { return {0, 3, 5, 16, INT32_MIN}; }
 
+std::vector<Value> flaggedInterpolations(const Argument&) {
+  return {0, 3, 8, zopSmoothEdge | zopInterLinear};
+}
+
+std::vector<Value> thinRegions(const Argument&) {
+  return {ZopImageRect{0, 0, 1, 3}, ZopImageRect{0, 0, 5, 1}};
+}
+
+// A bow-tie and a quad of which two corners meet.
+std::vector<Value> badQuads(const Argument&) {
+  static double bowTie[4][2] = {{0, 0}, {4, 2}, {4, 0}, {0, 2}},
+                triangle[4][2] = {{0, 0}, {4, 0}, {4, 0}, {0, 2}};
+  return {static_cast<void*>(bowTie), static_cast<void*>(triangle)};
+}
+std::vector<Value> trapezium(const Argument&) {
+  static double quad[4][2] = {{0, 0}, {4, 0}, {3, 2}, {1, 2}};
+  return {static_cast<void*>(quad)};
+}
+
+// Large enough for coefficients of every mapping.
+std::vector<Value> singularMappings(const Argument&) {
+  static double none[9], small[9] = {1e-4, 0, 0, 0, 1e-4};
+  return {static_cast<void*>(none), static_cast<void*>(small)};
+}
+std::vector<Value> reciprocal(const Argument&) { return {2.0}; }
+
+constexpr char kTurn[] = "checkTurn(angle,xShift,yShift,interpolation)";
+constexpr char kTurnAround[] = "checkTurnAround(xCenter,yCenter,angle,interpolation)";
+
 std::vector<Value> badOrders(const Argument&) { return {-1, 4, INT32_MAX, INT32_MIN}; }
 
 // Arrays of levels for each channel, and their counts.
@@ -125,6 +154,21 @@ std::vector<Value> oneLevelSomewhere(const Argument&) {
 std::vector<Value> tooFewLevels(const Argument&) { return {1, 0, INT32_MIN}; }
 
 const std::vector<OwnCheck> kOwnChecks = {
+    {"checkRegion(dstRoi)", "dstRoi", zopStatusBadSize, badRegions},
+    {"checkCode(interpolation)", "interpolation", zopStatusBadInterpolation, flaggedInterpolations},
+    {kTurn, "interpolation", zopStatusBadInterpolation, unknownInterpolations},
+    {kTurnAround, "interpolation", zopStatusBadInterpolation, unknownInterpolations},
+    {"checkQuad(quad)", "quad", zopStatusBadQuad, badQuads},
+    {"checkParallelogram(quad)", "quad", zopStatusBadQuad, trapezium},
+    {"checkTwoByTwo(srcRoi)", "srcRoi", zopStatusBadRect, thinRegions},
+    {"checkQuads(srcQuad,dstQuad)", "srcQuad", zopStatusBadQuad, badQuads},
+    {"checkQuads(srcQuad,dstQuad)", "dstQuad", zopStatusBadQuad, badQuads},
+    {"checkAffineQuads(srcQuad,dstQuad)", "dstQuad", zopStatusBadQuad, trapezium},
+    {"checkAffine(affineOf(coeffs))", "coeffs", zopStatusSingularCoefficients, singularMappings},
+    {"checkPerspective(perspectiveOf(coeffs))", "coeffs", zopStatusSingularCoefficients, singularMappings},
+    {"checkBilinear(bilinearOf(coeffs))", "coeffs", zopStatusSingularCoefficients, singularMappings},
+    {"checkAffine(shearing(xShear,yShear,xShift,yShift))", "xShear", zopStatusSingularCoefficients,
+     reciprocal},
     {"checkSize(srcSize)", "srcSize", zopStatusBadSize, badSizes},
     {"checkRegion(srcRoi)", "srcRoi", zopStatusBadSize, badRegions},
     {"checkMeets(srcSize,srcRoi)", "srcRoi", zopStatusNoOperation, regionsBeyond},
@@ -261,12 +305,14 @@ const std::vector<OwnCheck> kOwnChecks = {
     {"checkAlphaType(alphaType)", "alphaType", zopStatusBadAlphaType, unknownAlphaTypes},
 };
 
+constexpr const char* kPointerChecks[] = {"pointer", "image",  "constant",   "outer",
+                                          "planes",  "source", "destination"};
+
 ZopStatus expected(const Function& function, const Badness& bad) {
   std::istringstream checks(function.checks);
   for (std::string check; checks >> check;) {
-    const bool ofPointers = check == "pointer" || check == "image" || check == "constant" ||
-                            check == "outer" || check == "planes" || check == "source" ||
-                            check == "destination";
+    const bool ofPointers =
+        std::find(std::begin(kPointerChecks), std::end(kPointerChecks), check) != std::end(kPointerChecks);
     if (ofPointers && bad.contains(check)) return zopStatusNullPointer;
     if (check == "width" && bad.contains("width")) return zopStatusBadSize;
     if (check == "size" && (bad.contains("width") || bad.contains("height"))) return zopStatusBadSize;
@@ -290,13 +336,20 @@ bool makes(const Function& function, const std::string& check) {
   return (std::string(" ") + function.checks + " ").find(" " + check + " ") != std::string::npos;
 }
 
+// The arithmetic of mappings takes its arrays as they are.
+bool testsPointers(const Function& function) {
+  return std::any_of(std::begin(kPointerChecks), std::end(kPointerChecks),
+                     [&](const char* check) { return makes(function, check); });
+}
+
 std::vector<Spoiler> spoilers(const Function& function) {
   std::vector<Spoiler> result;
   for (std::size_t i = 0; i < function.arguments.size(); ++i) {
     const Argument& a = function.arguments[i];
     const Badness null = {"pointer", "outer", a.isImage() || a.role == Role::Steps ? "image" : "constant",
                           a.isWritten() ? "destination" : "source"};
-    if (a.isPointer()) result.push_back({i, null, Value(static_cast<void*>(nullptr))});
+    if (a.isPointer() && testsPointers(function))
+      result.push_back({i, null, Value(static_cast<void*>(nullptr))});
     for (int p = 0; p < a.planes; ++p) {
       if (a.isImage()) result.push_back({i, {"pointer", "planes", "image"}, {}, p});
       if (a.role == Role::Steps) result.push_back({i, {"step"}, Value(-p), p});

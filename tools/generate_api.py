@@ -8,6 +8,7 @@ the signature registry of the tests.
 The table is api/*.api; api/README.md describes its grammar.
 """
 import itertools
+import math
 import re
 import sys
 from pathlib import Path
@@ -119,7 +120,8 @@ class Argument:
         self.planar = "P" in self.layout and self.kind in (*SOURCES, "dst", "inout")
         self.own_steps, self.gapless = own[2:] == ["steps"], own[2:] == ["gapless"]
         self.step_name = own[2] if len(own) > 2 and own[2].endswith("Step") else None
-        self.block = int(self.layout[1:]) if self.layout.startswith("B") else 0
+        self.shape = self.layout[1:].split("x") if self.layout.startswith("B") else []
+        self.block = math.prod(map(int, self.shape)) if self.shape else 0
 
     @property
     def stem(self):
@@ -140,6 +142,12 @@ class Argument:
     @property
     def has_step(self):
         return self.is_image and not self.block and not self.gapless
+
+    @property
+    def brackets(self):
+        """Of an array: its dimensions."""
+        dimensions = self.shape or [self.constant_count] * bool(self.constant_count)
+        return "".join(f"[{n}]" for n in dimensions)
 
     @property
     def constant_count(self):
@@ -167,11 +175,9 @@ class Argument:
                 return [pointer, f"ZopImageSize {self.stem}Size", steps, f"ZopImageRect {self.stem}Roi"]
             return [pointer, steps] if self.has_step else [pointer]
         if self.kind == "result":
-            count = self.constant_count
-            return [f"{c_type} {self.name}[{count}]" if count else f"{c_type}* {self.name}"]
+            return [f"{c_type} {self.name}{self.brackets}" if self.brackets else f"{c_type}* {self.name}"]
         if self.kind == "constant":
-            count = self.constant_count
-            return [f"const {c_type} {self.name}[{count}]" if count else f"{c_type} {self.name}"]
+            return [f"const {c_type} {self.name}{self.brackets}" if self.brackets else f"{c_type} {self.name}"]
         return [f"ZopImageSize {self.name}" if self.kind == "roi" else self.declaration]
 
     def expression(self):
@@ -446,7 +452,7 @@ def read_table(path):
             elif key == "returns":
                 groups[-1].returns.append("Returns " + rest)
             elif key == "checks":
-                groups[-1].checks = re.findall(r"\w+(?:<[^>]*>)?(?:\([^)]*\))?", rest)
+                groups[-1].checks = rest.split()
             elif key == "halo":
                 sides = rest.split()
                 if len(sides) not in (1, 4):

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <utility>
 #include <vector>
@@ -427,6 +428,75 @@ Image enlargedByRepeating(const Image& picture) {
   return enlargedTwoWays(picture, 6, zopInterNearest, zopInterLinear);
 }
 
+constexpr ZopImageRect whole(ZopImageSize size) { return {0, 0, size.width, size.height}; }
+
+Image blackImage(ZopImageSize size) {
+  const Zop8u black[3] = {0, 0, 0};
+  Image image = newColourImage(size);
+  check(zopiSet_8u_C3R(black, image.data(), image.step, size));
+  return image;
+}
+
+// Turned about its middle by 20 degrees and made smaller, its edges blended with the ground.
+Image turned(const Image& picture) {
+  const auto [width, height] = picture.size;
+  constexpr double kScale = 0.75, kCosine = 0.93969262 * kScale, kSine = 0.34202014 * kScale;
+  const double x = (width - 1) / 2.0, y = (height - 1) / 2.0;
+  const double coeffs[2][3] = {{kCosine, kSine, x - kCosine * x - kSine * y},
+                               {-kSine, kCosine, y + kSine * x - kCosine * y}};
+  Image tile = blackImage(picture.size);
+  check(zopiWarpAffine_8u_C3R(picture.data(), picture.size, picture.step, whole(picture.size), tile.data(),
+                              tile.step, whole(tile.size), coeffs, int{zopInterCubic} | zopSmoothEdge));
+  return tile;
+}
+
+// Leaning back.
+Image inPerspective(const Image& picture) {
+  const double w = picture.size.width - 1, h = picture.size.height - 1;
+  const double quad[4][2] = {
+      {0.27 * w, 0.12 * h}, {0.77 * w, 0.08 * h}, {0.97 * w, 0.93 * h}, {0.03 * w, 0.88 * h}};
+  double coeffs[3][3];
+  check(zopiGetPerspectiveTransform(whole(picture.size), quad, coeffs));
+  Image tile = blackImage(picture.size);
+  check(zopiWarpPerspective_8u_C3R(picture.data(), picture.size, picture.step, whole(picture.size),
+                                   tile.data(), tile.step, whole(tile.size), coeffs,
+                                   int{zopInterLinear} | zopSmoothEdge));
+  return tile;
+}
+
+// The middle of the picture, stretched to another quad.
+Image stretchedBetweenQuads(const Image& picture) {
+  const double w = picture.size.width - 1, h = picture.size.height - 1;
+  const double from[4][2] = {{0.2 * w, 0.2 * h}, {0.8 * w, 0.1 * h}, {0.9 * w, 0.9 * h}, {0.1 * w, 0.8 * h}};
+  const double to[4][2] = {
+      {0.02 * w, 0.3 * h}, {0.95 * w, 0.05 * h}, {0.75 * w, 0.7 * h}, {0.2 * w, 0.97 * h}};
+  Image tile = blackImage(picture.size);
+  check(zopiWarpBilinearQuad_8u_C3R(picture.data(), picture.size, picture.step, whole(picture.size), from,
+                                    tile.data(), tile.step, whole(tile.size), to, zopInterLinear));
+  return tile;
+}
+
+// A swirl: pixels turn about the middle, the more so the closer they are to it.
+Image swirled(const Image& picture) {
+  const auto [width, height] = picture.size;
+  std::vector<Zop32f> xMap(static_cast<std::size_t>(width) * height), yMap(xMap.size());
+  const double cx = (width - 1) / 2.0, cy = (height - 1) / 2.0, reach = std::min(cx, cy);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const double dx = x - cx, dy = y - cy, near = std::max(0.0, 1 - std::hypot(dx, dy) / reach);
+      const double angle = 3 * near * near, c = std::cos(angle), s = std::sin(angle);
+      const std::size_t i = static_cast<std::size_t>(y) * width + x;
+      xMap[i] = static_cast<Zop32f>(cx + c * dx - s * dy);
+      yMap[i] = static_cast<Zop32f>(cy + s * dx + c * dy);
+    }
+  }
+  const int step = width * static_cast<int>(sizeof(Zop32f));
+  Image tile = copyOf(picture);
+  check(zopiRemap_8u_C3R(picture.data(), picture.size, picture.step, whole(picture.size), xMap.data(), step,
+                         yMap.data(), step, tile.data(), tile.step, tile.size, zopInterCubic));
+  return tile;
+}
+
 // How strong each frequency is, in the order in which a transform of real samples stores them: real parts and
 // imaginary ones in turn. Low frequencies are on the left, above and below.
 Image packedSpectrum(const Image& picture) {
@@ -731,6 +801,10 @@ constexpr Tile kTiles[] = {
     {"A thumbnail of means", "zopiResize_8u_C3R, 0.4", withThumbnail},
     {"Linear and cubic", "zopiResizeCenter_8u_C3R, 1.5", enlargedSmoothly},
     {"Nearest and linear", "zopiResizeCenter_8u_C3R, 6", enlargedByRepeating},
+    {"Turned, with smooth edges", "zopiWarpAffine_8u_C3R", turned},
+    {"In perspective", "zopiWarpPerspective_8u_C3R", inPerspective},
+    {"From quad to quad", "zopiWarpBilinearQuad_8u_C3R", stretchedBetweenQuads},
+    {"Swirled", "zopiRemap_8u_C3R, cubic", swirled},
     {"Histograms", "zopiHistogramEven_8u_C3R, zopiSet_8u_C3CR", histogramPlot},
     {"Equalised", "zopiHistogramEven_8u_C3R, zopiLUT_8u_C3R", equalised},
     {"A curve through five points", "zopiLUT_Cubic_8u_C3R", curved},

@@ -17,7 +17,8 @@ enum {
   zopInterNearest = 1,  ///< The pixel that the position lies in.
   zopInterLinear = 2,  ///< Two by two pixels, weighted by their distance.
   zopInterCubic = 4,  ///< Cubics through four by four pixels.
-  zopInterSuper = 8  ///< The mean of all that a pixel covers. Only makes images smaller.
+  zopInterSuper = 8,  ///< The mean of all that a pixel covers. Only makes images smaller.
+  zopSmoothEdge = (-2147483647-1)  ///< A flag of warps, beside one of the first three: blends the edges of the picture with what lay around it.
 };
 
 /// @name Scaling by factors

@@ -59,13 +59,6 @@ bool isNearlyWhole(double factor) {
   return std::abs(f - std::trunc(f + kNear)) < kNear;
 }
 
-// An image that is too small for an interpolation gets the next simpler one.
-int served(int interpolation, ZopImageSize image) {
-  const int side = std::min(image.width, image.height);
-  if (side < 2) return zopInterNearest;
-  return side < 4 && interpolation == zopInterCubic ? zopInterLinear : interpolation;
-}
-
 // One direction of a call. Positions count from the region's first pixel.
 struct Axis {
   int image, origin;   // the size of the image, and where the region starts

@@ -1,5 +1,5 @@
-// What the rows of scaled images share: whole numbers of vectors, colours without alpha, doubles as samples.
-// Included once for each vector target, after hwy/highway.h.
+// What the rows of scaled and warped images share: whole numbers of vectors, colours without alpha, pairs of
+// words. Included once for each vector target, after hwy/highway.h.
 #if defined(ZOPI_GEOM_RESIZE_LANES_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef ZOPI_GEOM_RESIZE_LANES_INL_H_
 #undef ZOPI_GEOM_RESIZE_LANES_INL_H_
@@ -38,6 +38,19 @@ HWY_INLINE void storeSamples(D d, V v, hn::TFromD<D>* row, std::ptrdiff_t i, std
     v = hn::IfVecThenElse(hn::BitCast(d, colours), v, loadPart(d, row + i, n));
   }
   storePart(d, v, row + i, n);
+}
+
+// low a + high b of pairs of words in a lane.
+template <class D, class V>
+HWY_INLINE hn::Vec<D> pairSums(D d, V words, V weights) {
+#if HWY_ARCH_X86
+  auto unused = hn::Zero(d);
+  return hn::ReorderWidenMulAccumulate(d, words, weights, hn::Zero(d), unused);
+#else
+  const auto low = [&](V v) HWY_ATTR { return hn::ShiftRight<16>(hn::ShiftLeft<16>(hn::BitCast(d, v))); };
+  const auto high = [&](V v) HWY_ATTR { return hn::ShiftRight<16>(hn::BitCast(d, v)); };
+  return hn::Add(hn::Mul(low(words), low(weights)), hn::Mul(high(words), high(weights)));
+#endif
 }
 
 // f(i, n) for the vectors of `kLength` samples; only the last may be a part of one.

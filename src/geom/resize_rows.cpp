@@ -149,19 +149,6 @@ void nearest(const ResizeCall& call, unsigned char* memory, const Image<const T>
 // ----------------------------------------------------------------------------------------- Linear, of
 // integers
 
-// low a + high b of pairs of words in a lane.
-template <class D, class V>
-HWY_INLINE hn::Vec<D> pairSums(D d, V words, V weights) {
-#if HWY_ARCH_X86
-  auto unused = hn::Zero(d);
-  return hn::ReorderWidenMulAccumulate(d, words, weights, hn::Zero(d), unused);
-#else
-  const auto low = [&](V v) HWY_ATTR { return hn::ShiftRight<16>(hn::ShiftLeft<16>(hn::BitCast(d, v))); };
-  const auto high = [&](V v) HWY_ATTR { return hn::ShiftRight<16>(hn::BitCast(d, v)); };
-  return hn::Add(hn::Mul(low(words), low(weights)), hn::Mul(high(words), high(weights)));
-#endif
-}
-
 // In every 16-byte block: the lanes of a, then those of b, as words. The lanes are below 65536.
 template <class V>
 HWY_INLINE hn::Vec<Tag<uint16_t>> asWords(V a, V b) {

@@ -1,6 +1,7 @@
 // An image of which a region is mapped, with the pixels around it that may be read, and checks of it.
 #pragma once
 
+#include "zopi/geom.h"
 #include "zopi/status.h"
 #include "zopi/types.h"
 
@@ -33,6 +34,13 @@ inline ZopStatus checkMeets(ZopImageSize size, ZopImageRect region) {
 inline ZopImageSize clipped(ZopImageSize size, ZopImageRect region) {
   const int right = size.width - region.x, below = size.height - region.y;
   return {region.width < right ? region.width : right, region.height < below ? region.height : below};
+}
+
+// An image that is too small for an interpolation gets the next simpler one.
+inline int served(int interpolation, ZopImageSize image) {
+  const int side = image.width < image.height ? image.width : image.height;
+  if (side < 2) return zopInterNearest;
+  return side < 4 && interpolation == zopInterCubic ? zopInterLinear : interpolation;
 }
 
 }  // namespace zopi

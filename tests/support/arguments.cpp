@@ -4,14 +4,27 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "zopi/color.h"
 #include "zopi/geom.h"
 #include "zopi/stats.h"
 #include "zopi/transform.h"
+#include "zopi/warp.h"
 
 namespace registry {
+
+// Coefficients of a mapping that leaves everything where it is, and the corners of the region.
+std::span<const double> goodMapping(const Function& function, const Argument& argument) {
+  static constexpr double affine[] = {1, 0, 0, 0, 1, 0}, perspective[] = {1, 0, 0, 0, 1, 0, 0, 0, 1},
+                          bilinear[] = {0, 1, 0, 0, 0, 0, 1, 0}, quad[] = {0, 0, 4, 0, 4, 2, 0, 2};
+  const std::string name = argument.name, operation = function.operation;
+  if (name == "quad" || name == "srcQuad" || name == "dstQuad") return quad;
+  if (name != "coeffs" || argument.sampleBytes != sizeof(double)) return {};
+  if (operation.find("Affine") != std::string::npos) return affine;
+  return operation.find("Perspective") != std::string::npos ? std::span<const double>(perspective) : bilinear;
+}
 
 int goodConstant(const Argument& argument) {
   return std::strcmp(argument.name, "dstOrder") == 0 ? 0 : kGoodConstant;
@@ -135,6 +148,9 @@ Value goodParameter(const Function& function, const Argument& argument) {
   if (name == "srcRoi") return ZopImageRect{0, 0, 5, 3};
   // As many places as the image has pixels, whatever the function takes for a place.
   if (name == "src2Size" || name == "tplRoiSize") return ZopImageSize{1, 1};
+  if (name == "srcRoi" || name == "dstRoi") return ZopImageRect{0, 0, 5, 3};
+  if (name == "angle") return 30.0;
+  if (name == "xShear" || name == "yShear") return 0.5;
   if (name == "pFFTSpec") return fourierContext(function);
   if (name == "pState") return ofWavelets(function) ? waveletContext(function) : momentState(function);
   if (name == "pBuffer" && ofWavelets(function)) return static_cast<void*>(waveletBuffer);
@@ -174,6 +190,9 @@ Arguments::Arguments(const Function& function, ZopImageSize size)
         memory_.push_back(std::make_unique<guarded::Region>(rows, step, step, guarded::Placement{}, random,
                                                             halo.above * step + halo.left * pixelBytes));
         if (a.role == Role::Constant) std::memset(memory_.back()->at(), goodConstant(a), step);
+        const std::span<const double> mapping = goodMapping(function, a);
+        if (a.role == Role::Constant && !mapping.empty())
+          std::memcpy(memory_.back()->at(), mapping.data(), mapping.size_bytes());
         before_.push_back(memory_.back()->bytes());
         planes_[i].push_back(memory_.back()->at());
       }
