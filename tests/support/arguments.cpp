@@ -145,7 +145,6 @@ Value goodParameter(const Function& function, const Argument& argument) {
   if (name == "ditherType") return static_cast<int>(zopDitherStucki);
   if (name == "noise") return 50;
   if (name == "srcSize") return ZopImageSize{5, 3};
-  if (name == "srcRoi") return ZopImageRect{0, 0, 5, 3};
   // As many places as the image has pixels, whatever the function takes for a place.
   if (name == "src2Size" || name == "tplRoiSize") return ZopImageSize{1, 1};
   if (name == "srcRoi" || name == "dstRoi") return ZopImageRect{0, 0, 5, 3};
