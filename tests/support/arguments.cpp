@@ -98,8 +98,9 @@ OfChannels<Zop32s*> allLevels = {levels, levels, levels, levels};
 OfChannels<Zop32f*> allNumberLevels = {numberLevels, numberLevels, numberLevels, numberLevels};
 OfChannels<int> levelCounts = {kLevels, kLevels, kLevels, kLevels}, lowest = {0, 0, 0, 0},
                 highest = {100, 100, 100, 100};
-thread_local Zop32s counts[kLevels];
-thread_local OfChannels<Zop32s*> allCounts = {counts, counts, counts, counts};
+thread_local Zop32s counts[kLevels], evenLevels[kLevels];  // are written
+thread_local OfChannels<Zop32s*> allCounts = {counts, counts, counts, counts},
+                                 allEvenLevels = {evenLevels, evenLevels, evenLevels, evenLevels};
 
 Value forEachChannel(const Function& function, void* one, void* all) {
   return function.sourceLayout == std::string("C1") ? one : all;
