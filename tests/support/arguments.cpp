@@ -114,6 +114,8 @@ Value levelParameter(const Function& function, const std::string& name) {
   if (name == "lowerLevel") return forEachChannel(function, lowest);
   if (name == "upperLevel") return forEachChannel(function, highest);
   if (name == "pHist") return forEachChannel(function, counts, allCounts);
+  if (function.operation == std::string("HistogramEven"))
+    return forEachChannel(function, evenLevels, allEvenLevels);
   if (function.sourceType == std::string("32f"))
     return forEachChannel(function, numberLevels, allNumberLevels);
   return forEachChannel(function, levels, allLevels);
