@@ -102,7 +102,8 @@ ZopStatus addUniform(Image<T> image, ZopImageSize size, const T* low, const T* h
 }
 
 template <class Layout, class T>
-ZopStatus addGauss(Image<T> image, ZopImageSize size, const T* mean, const T* deviation, const unsigned* seed) {
+ZopStatus addGauss(Image<T> image, ZopImageSize size, const T* mean, const T* deviation,
+                   const unsigned* seed) {
   GaussNoise noise(*seed, *mean, *deviation);
   addNoise<Layout>(noise, image, size);
   return zopStatusOk;
