@@ -19,7 +19,7 @@ void forEach(const std::function<void(const std::string& name)>& body) {
   constexpr std::int64_t kBuilt[] = {HWY_SSE4, HWY_AVX2, HWY_AVX3};
   const std::int64_t all = hwy::SupportedTargets();
   for (const std::int64_t target : kBuilt) {
-    if ((all & target) == 0) continue;
+    if ((all & target & ~ZOPI_DISABLED_TARGETS) == 0) continue;
     hwy::GetChosenTarget().Update(target);
     body(hwy::TargetName(target));
   }
