@@ -307,7 +307,8 @@ void mapNumbers(Image<const Zop32f> src, Image<Zop32f> dst, ZopImageSize size, L
       const std::ptrdiff_t n = std::min(kLevelPiece, size.width - x);
       const Zop32f* from = src.row(y) + x * Layout::channels;
       Zop32f* to = dst.row(y) + x * Layout::channels;
-      gatherChannel<Layout>(from, samples, n);
+      extractChannel<Layout>(Image<const Zop32f>{from, 0}, Image<Zop32f>{samples, 0},
+                             {static_cast<int>(n), 1});
       findSegments(levels, increasing, samples, n, segments);
       for (std::ptrdiff_t i = 0; i < n; ++i) {
         const Zop32f sample = segments[i] < 0 ? samples[i] : pieces(segments[i])(samples[i]);

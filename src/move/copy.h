@@ -29,18 +29,6 @@ ZopStatus copyColours(Image<const T> src, Image<T> dst, ZopImageSize size) {
   return zopStatusOk;
 }
 
-// The samples of one channel, side by side: `from` is that of the first pixel. They may stand at any address.
-template <class Layout, class T>
-void gatherChannel(const T* from, T* to, std::ptrdiff_t pixels) {
-  using Bits = BitsOf<T>;
-  const auto* bits = reinterpret_cast<const Bits*>(from);
-  if constexpr (Layout::channels == 1)
-    std::memcpy(to, from, pixels * sizeof(T));
-  else
-    copyTable().template of<Bits>().extract[Layout::channels]({bits, 0}, {reinterpret_cast<Bits*>(to), 0},
-                                                              {pixels, 1});
-}
-
 // What a form of this layout writes: whole pixels, or only their colours.
 template <class Layout, class T>
 ZopStatus copyWritten(Image<const T> src, Image<T> dst, ZopImageSize size) {
@@ -62,7 +50,10 @@ ZopStatus movePixels(Image<const T> src, Image<T> dst, ZopImageSize size, Row ro
 template <class Layout, class T>
 ZopStatus extractChannel(Image<const T> src, Image<T> dst, ZopImageSize size) {
   constexpr int n = Layout::channels;
-  return movePixels<n, 1>(src, dst, size, copyTable().template of<BitsOf<T>>().extract[n]);
+  if constexpr (n == 1)
+    return copyPixels<C1>(src, dst, size);
+  else
+    return movePixels<n, 1>(src, dst, size, copyTable().template of<BitsOf<T>>().extract[n]);
 }
 
 template <class Layout, class T>

@@ -119,7 +119,8 @@ void forPieces(Image<const T> src, ZopImageSize size, int channel, const Take& t
         for (int y = 0; y < e.rows; ++y) {
           for (std::ptrdiff_t x = 0; x < e.length; x += kLevelPiece) {
             const std::ptrdiff_t n = std::min(kLevelPiece, e.length - x);
-            gatherChannel<Layout>(band.row(y) + x * Layout::channels, piece, n);
+            extractChannel<Layout>(Image<const T>{band.row(y) + x * Layout::channels, 0}, Image<T>{piece, 0},
+                                   {static_cast<int>(n), 1});
             take(piece, n);
           }
         }

@@ -11,7 +11,7 @@
 #include "core/memory.h"
 #include "core/rounding.h"
 #include "stats/moments_rows.h"
-#include "transform/context.h"
+#include "core/context.h"
 #include "zopi/stats.h"
 
 namespace zopi {

@@ -8,7 +8,7 @@
 #include "core/pixelwise.h"
 #include "core/rounding.h"
 #include "move/copy.h"
-#include "transform/context.h"
+#include "core/context.h"
 #include "transform/fft_rows.h"
 #include "transform/packed_products.h"
 #include "transform/tile_filter.h"

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "core/checks.h"
-#include "transform/context.h"
+#include "core/context.h"
 #include "transform/wavelet_rows.h"
 #include "zopi/transform.h"
 
