@@ -173,7 +173,7 @@ template <int kChannels>
 void compareForward() {
   std::mt19937 random(5);
   for (const Pair& pair : pairs(random)) {
-    const auto& [low, high] = pair;
+    const Filter &low = pair.low, &high = pair.high;
     const int before = std::max(low.size() - low.anchor, high.size() - high.anchor) - 1;
     const int behind = std::max(low.anchor, high.anchor) - 1;
     for (const ZopImageSize size : kSizes) {
@@ -230,7 +230,7 @@ template <int kChannels>
 void compareInverse() {
   std::mt19937 random(6);
   for (const Pair& pair : pairs(random)) {
-    const auto& [low, high] = pair;
+    const Filter &low = pair.low, &high = pair.high;
     // Of half the taps of the larger filter, those before an output's place and those behind it.
     int before = 0, behind = 0;
     for (const Filter* filter : {&low, &high}) {

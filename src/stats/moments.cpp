@@ -7,11 +7,11 @@
 #include <new>
 #include <optional>
 
+#include "core/context.h"
 #include "core/image.h"
 #include "core/memory.h"
 #include "core/rounding.h"
 #include "stats/moments_rows.h"
-#include "core/context.h"
 #include "zopi/stats.h"
 
 namespace zopi {

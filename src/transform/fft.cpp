@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <memory>
 
+#include "core/context.h"
 #include "core/memory.h"
 #include "core/pixelwise.h"
 #include "core/rounding.h"
 #include "move/copy.h"
-#include "core/context.h"
 #include "transform/fft_rows.h"
 #include "transform/packed_products.h"
 #include "transform/tile_filter.h"
