@@ -282,14 +282,16 @@ class Function:
         returns = "" if self.result == "void" else "return "
         return "\n".join([self.prototype("") + " {"] + body + [f"  {returns}{call};", "}"])
 
-    def registry(self):
-        roles = ", ".join(f'{{Role::{r}, "{n}", {b}, {s}, {p}}}' for a in self.arguments for r, n, b, s, p in a.roles())
+    def registry_arguments(self):
+        return ", ".join(f'{{Role::{r}, "{n}", {b}, {s}, {p}}}' for a in self.arguments for r, n, b, s, p in a.roles())
+
+    def registry(self, arguments):
         name = self.name
         flags = " | ".join(["0"] + [f for f, on in (("kInPlace", name.in_place), ("kMasked", name.masked),
                                                     ("kChannelOfInterest", name.of_interest)) if on])
         types = f'"{name.source[0]}", "{name.destination[0]}", "{name.source[1]}", "{name.destination[1]}"'
         return (f'    {{"{name.text}", "{name.operation}", "{name.variant}", {types}, {flags}, '
-                f'"{" ".join(self.checks)}",\n     {{{roles}}},\n     &invoke<&{name.text}>{self.halo_of_call()}}},')
+                f'"{" ".join(self.checks)}",\n     {arguments}, &invoke<&{name.text}>{self.halo_of_call()}}},')
 
     def halo_of_call(self):
         """For the tests: a function that computes the halo of the sources from the arguments of a call."""
@@ -495,15 +497,18 @@ def exports_file(stem, functions):
 
 
 def registry_file(tables):
-    lines = [f"// {NOTICE.format('*')}", "// clang-format off", "namespace registry {", "", "const std::vector<Function>& functions() {",
-             "  static const std::vector<Function> all = {"]
-    for _, _, _, groups in tables:
-        for group in groups:
-            lines += [f.registry() for f in group.functions if f.result == "ZopStatus"]
-    lines += ["  };", "  return all;", "}", "", "const std::vector<const char*>& exportedNames() {",
-              "  static const std::vector<const char*> all = {"]
-    names = sorted(f.name.text for _, _, _, groups in tables for g in groups for f in g.functions)
-    lines += [f'      "{n}",' for n in names] + ["  };", "  return all;", "}", "", "}  // namespace registry", ""]
+    """Constants throughout: code that fills a table of this size takes compilers minutes."""
+    functions = [f for _, _, _, groups in tables for g in groups for f in g.functions]
+    registered = [f for f in functions if f.result == "ZopStatus"]
+    lists = {text: f"kArguments{i}" for i, text in enumerate(dict.fromkeys(f.registry_arguments() for f in registered))}
+    lines = [f"// {NOTICE.format('*')}", "// clang-format off", "namespace registry {", "namespace {", ""]
+    lines += [f"constexpr Argument {name}[] = {{{text}}};" for text, name in lists.items()]
+    lines += ["", "constexpr Function kFunctions[] = {"]
+    lines += [f.registry(lists[f.registry_arguments()]) for f in registered]
+    lines += ["};", "", "constexpr const char* kNames[] = {"]
+    lines += [f'    "{n}",' for n in sorted(f.name.text for f in functions)]
+    lines += ["};", "", "}  // namespace", "", "std::span<const Function> functions() { return kFunctions; }",
+              "std::span<const char* const> exportedNames() { return kNames; }", "", "}  // namespace registry", ""]
     return "\n".join(lines)
 
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstring>
+#include <span>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -95,7 +96,7 @@ struct Function {
   const char *sourceType, *destinationType, *sourceLayout, *destinationLayout;
   int flags;
   const char* checks;
-  std::vector<Argument> arguments;
+  std::span<const Argument> arguments;
   Invoke invoke;
   Halo (*haloOf)(const Value* values) = nullptr;
 
@@ -115,9 +116,9 @@ struct Function {
 };
 
 // Every function that returns a status.
-const std::vector<Function>& functions();
+std::span<const Function> functions();
 
 // Every name in the table.
-const std::vector<const char*>& exportedNames();
+std::span<const char* const> exportedNames();
 
 }  // namespace registry
