@@ -150,13 +150,15 @@ ZopStatus diffused(Diffusion kind, Image<const S> src, Image<T> dst, ZopImageSiz
 
 template <class Layout, class T>
 ZopStatus wordsOfNumbers(Image<const Zop32f> src, Image<T> dst, ZopImageSize size) {
+  const auto row = [] {
+    if constexpr (std::is_signed_v<T>)
+      return ditherTable().toSigned;
+    else
+      return ditherTable().toUnsigned;
+  }();
   for (int y = 0; y < size.height; ++y) {
-    inPieces<Layout>(src.row(y), dst.row(y), size.width, [](const Zop32f* from, T* to, int, int n) {
-      if constexpr (std::is_signed_v<T>)
-        ditherTable().toSigned(from, n * Layout::channels, to);
-      else
-        ditherTable().toUnsigned(from, n * Layout::channels, to);
-    });
+    inPieces<Layout>(src.row(y), dst.row(y), size.width,
+                     [row](const Zop32f* from, T* to, int, int n) { row(from, n * Layout::channels, to); });
   }
   return zopStatusOk;
 }

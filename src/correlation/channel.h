@@ -19,27 +19,11 @@ Image<T> pixelsFrom(Image<T> image, int x, int y) {
   return {image.row(y) + std::ptrdiff_t{x} * Layout::channels, image.step};
 }
 
-// Samples side by side, in their type.
-template <class Layout, class T>
-void takeChannel(Image<const T> channel, Image<T> out, ZopImageSize size) {
-  if constexpr (Layout::channels == 1)
-    copyPixels<C1>(channel, out, size);
-  else
-    extractChannel<Layout>(channel, out, size);
-}
-template <class Layout, class T>
-void giveChannel(Image<const T> from, Image<T> channel, ZopImageSize size) {
-  if constexpr (Layout::channels == 1)
-    copyPixels<C1>(from, channel, size);
-  else
-    insertChannel<Layout>(from, channel, size);
-}
-
-// The same as numbers. `row` is memory for a row of samples.
+// Samples as numbers, side by side. `row` is memory for a row of samples.
 template <class Layout, class T>
 void takeNumbers(Image<const T> channel, Image<float> out, ZopImageSize size, unsigned char* row) {
   if constexpr (std::is_same_v<T, Zop32f>) {
-    takeChannel<Layout>(channel, out, size);
+    extractChannel<Layout>(channel, out, size);
   } else {
     const auto& convert = convertTable().template of<T, Zop32f>().row[0];
     if constexpr (Layout::channels == 1) {
@@ -48,7 +32,7 @@ void takeNumbers(Image<const T> channel, Image<float> out, ZopImageSize size, un
       const Image<T> samples = {reinterpret_cast<T*>(row), 0};
       const ZopImageSize one = {size.width, 1};
       for (int y = 0; y < size.height; ++y) {
-        takeChannel<Layout>(channel.from(y), samples, one);
+        extractChannel<Layout>(channel.from(y), samples, one);
         mapImage<C1>(convert, Image<const T>(samples), out.from(y), one);
       }
     }

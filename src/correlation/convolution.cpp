@@ -89,7 +89,7 @@ void throughPlane(Image<T> out, int c, ZopImageSize size, Image<T> plane, const 
     make(channel);
   } else {
     make(plane);
-    giveChannel<Layout>(Image<const T>(plane), channel, size);
+    insertChannel<Layout>(Image<const T>(plane), channel, size);
   }
 }
 template <class Layout>
@@ -117,8 +117,8 @@ ZopStatus sumUp(const Convolution<Layout, T>& call) {
 
   setZero<C1>(large, padded);
   for (int c = 0; c < Layout::colours; ++c) {
-    takeChannel<Layout>(channelOf<Layout>(call.large, c), pixelsFrom<C1>(large, before, above),
-                        call.largeSize);
+    extractChannel<Layout>(channelOf<Layout>(call.large, c), pixelsFrom<C1>(large, before, above),
+                           call.largeSize);
     takeWeights<Layout>(channelOf<Layout>(call.small, c), kernel, weights);
     turn<Zop32s, 2>(
         kernel, [=](std::int64_t i) { return weights[i]; }, taps);
@@ -152,7 +152,7 @@ ZopStatus sumUp(const Convolution<Layout, Zop32f>& call) {
   setZero<C1>(large.template as<float>(), {2 * padded.width, padded.height});
   for (int c = 0; c < Layout::colours; ++c) {
     for (int y = 0; y < call.largeSize.height; ++y) {
-      takeChannel<Layout>(channelOf<Layout>(call.large, c).from(y), samples, row);
+      extractChannel<Layout>(channelOf<Layout>(call.large, c).from(y), samples, row);
       convolutionTable().widen(samples, pixelsFrom<C1>(large, before, y), extent(row));
     }
     takeWeights<Layout>(channelOf<Layout>(call.small, c), kernel, weights);
@@ -191,7 +191,7 @@ ZopStatus filterBySmall(const Convolution<Layout, T>& call) {
   for (int c = 0; c < Layout::colours; ++c) {
     Image<const T> large = call.large;
     if constexpr (Layout::channels > 1) {
-      takeChannel<Layout>(channelOf<Layout>(call.large, c), samples, call.largeSize);
+      extractChannel<Layout>(channelOf<Layout>(call.large, c), samples, call.largeSize);
       large = samples;
     }
     takeWeights<Layout>(channelOf<Layout>(call.small, c), call.smallSize, kernel);
@@ -228,13 +228,13 @@ ZopStatus filterByRows(const Convolution<Layout, T>& call) {
     const Image<const float> from = {sums[c], step};
     const Image<T> to = channelOf<Layout>(call.out, c);
     if constexpr (std::is_same_v<T, Zop32f>) {
-      giveChannel<Layout>(from, to, call.size);
+      insertChannel<Layout>(from, to, call.size);
     } else {
       const RoundingToNearest nearest;
       T results[kFewPlaces];
       const Image<T> made = {results, call.size.width * static_cast<std::ptrdiff_t>(sizeof(T))};
       mapImage<C1>(convolutionTable().of<T>().ofSums, from, made, call.size, call.factor);
-      giveChannel<Layout>(Image<const T>(made), to, call.size);
+      insertChannel<Layout>(Image<const T>(made), to, call.size);
     }
   }
   return zopStatusOk;
@@ -265,7 +265,7 @@ struct ByTransform {
             const TileMemory& m) const {
     const Image<T> to = pixelsFrom<Layout>(call.out, t.results.x, t.results.y);
     if constexpr (std::is_same_v<T, Zop32f>) {
-      giveChannel<Layout>(products, channelOf<Layout>(to, c), t.size);
+      insertChannel<Layout>(products, channelOf<Layout>(to, c), t.size);
     } else {
       const Image<T> plane = {reinterpret_cast<T*>(m.own), planeStep(tiling)};
       throughPlane<Layout>(to, c, t.size, plane, [&](Image<T> made) {

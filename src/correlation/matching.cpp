@@ -169,7 +169,7 @@ struct Matching {
     const Image<T> results = Layout::channels == 1 ? to : sums.results;
     Measure::template rows<T>()(Measure::levels(statistics[c], scale), products, sums.squares, sums.samples,
                                 results, extent(t.size));
-    if constexpr (Layout::channels > 1) giveChannel<Layout>(Image<const T>(results), to, t.size);
+    if constexpr (Layout::channels > 1) insertChannel<Layout>(Image<const T>(results), to, t.size);
   }
 };
 

@@ -59,7 +59,10 @@ ZopStatus extractChannel(Image<const T> src, Image<T> dst, ZopImageSize size) {
 template <class Layout, class T>
 ZopStatus insertChannel(Image<const T> src, Image<T> dst, ZopImageSize size) {
   constexpr int n = Layout::channels;
-  return movePixels<1, n>(src, dst, size, copyTable().template of<BitsOf<T>>().insert[n]);
+  if constexpr (n == 1)
+    return copyPixels<C1>(src, dst, size);
+  else
+    return movePixels<1, n>(src, dst, size, copyTable().template of<BitsOf<T>>().insert[n]);
 }
 
 }  // namespace zopi

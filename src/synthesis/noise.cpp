@@ -62,6 +62,7 @@ class GaussNoise {
 template <class Layout, class T, class Noise>
 void addNoise(Noise& noise, Image<T> image, ZopImageSize size) {
   constexpr bool kKeepsAlpha = Layout::colours < Layout::channels;
+  const auto add = noiseTable().of<T>().add;
   alignas(64) double block[kNoiseBlock];
   const std::int64_t length = std::int64_t{size.width} * Layout::colours;
   std::int64_t remaining = length * size.height;
@@ -78,12 +79,12 @@ void addNoise(Noise& noise, Image<T> image, ZopImageSize size) {
         T colours[kNoiseBlock];
         for (int i = 0; i < n; i += Layout::colours)
           std::copy_n(at + i / Layout::colours * Layout::channels, Layout::colours, colours + i);
-        noiseTable().of<T>().add(block + used, n, colours);
+        add(block + used, n, colours);
         for (int i = 0; i < n; i += Layout::colours)
           std::copy_n(colours + i, Layout::colours, at + i / Layout::colours * Layout::channels);
         at += n / Layout::colours * Layout::channels;
       } else {
-        noiseTable().of<T>().add(block + used, n, at);
+        add(block + used, n, at);
         at += n;
       }
       used += n;
